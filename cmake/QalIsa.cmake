@@ -1,0 +1,24 @@
+# Instruction sets. The library is compiled for baseline x86-64; a variant's own file alone gets
+# flags, by the ending of its name, so that no function shared with the rest can carry them along.
+set(QAL_ISA_CAPS baseline avx2 all)
+list(FIND QAL_ISA_CAPS "${QAL_ISA_CAP}" QAL_ISA_CAP_LEVEL)
+if(QAL_ISA_CAP_LEVEL EQUAL -1)
+  message(FATAL_ERROR "QAL_ISA_CAP is '${QAL_ISA_CAP}'; it may be one of: ${QAL_ISA_CAPS}")
+endif()
+
+set(QAL_ISA_FLAGS_avx2 -mavx2 -mbmi -mbmi2)
+set(QAL_ISA_FLAGS_avx2_gfni ${QAL_ISA_FLAGS_avx2} -mgfni)
+set(QAL_ISA_FLAGS_avx512 ${QAL_ISA_FLAGS_avx2} -mgfni -mvpclmulqdq -mpclmul -mavx512f -mavx512dq
+  -mavx512bw -mavx512vl -mavx512vbmi -mavx512vbmi2 -mavx512ifma)
+
+# qal_isa_flags(file...): flags for each file named <routine>_<isa>.cpp
+function(qal_isa_flags)
+  foreach(file IN LISTS ARGN)
+    foreach(isa avx512 avx2_gfni avx2)
+      if(file MATCHES "_${isa}\\.cpp$")
+        set_property(SOURCE ${file} APPEND PROPERTY COMPILE_OPTIONS ${QAL_ISA_FLAGS_${isa}})
+        break()
+      endif()
+    endforeach()
+  endforeach()
+endfunction()

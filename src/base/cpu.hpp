@@ -1,0 +1,100 @@
+// What the processor and the operating system offer, as far as a variant of the library needs it.
+//
+// Everything here is inline and free of calls: resolvers of indirect functions run before the
+// library is relocated (see dispatch.cpp).
+#ifndef QAL_BASE_CPU_HPP
+#define QAL_BASE_CPU_HPP
+
+#include <stdint.h>
+
+// The build's highest instruction-set class, one of IsaCap.
+#ifndef QAL_ISA_CAP
+#define QAL_ISA_CAP qal::base::isa_cap_all
+#endif
+
+namespace qal::base {
+
+enum IsaCap : int {
+    isa_cap_baseline = 0, // x86-64 as it was first
+    isa_cap_avx2 = 1,     // and what registers of 64 to 256 bits offer
+    isa_cap_all = 2,
+};
+
+enum CpuFeature : uint32_t {
+    cpu_bmi2_adx = 1u << 0,
+    cpu_pclmulqdq = 1u << 1,
+    cpu_avx2 = 1u << 2,       // with BMI1 and BMI2, which every processor with AVX2 has
+    cpu_gfni = 1u << 3,       // on 128- and 256-bit registers
+    cpu_vpclmulqdq = 1u << 4, // on 256-bit registers
+    // One profile, all or nothing: F, DQ, BW, VL, VBMI, VBMI2, IFMA and, on 512-bit registers, GFNI
+    // and VPCLMULQDQ. It excludes the first generation, which clocks down under wide registers.
+    cpu_avx512 = 1u << 5,
+};
+
+struct CpuidLeaf {
+    uint32_t eax, ebx, ecx, edx;
+};
+
+[[gnu::always_inline]] static inline CpuidLeaf cpuid(uint32_t leaf, uint32_t subleaf)
+{
+    CpuidLeaf r;
+    __asm__ volatile("cpuid"
+                     : "=a"(r.eax), "=b"(r.ebx), "=c"(r.ecx), "=d"(r.edx)
+                     : "a"(leaf), "c"(subleaf));
+    return r;
+}
+
+[[gnu::always_inline]] static inline uint32_t enabled_register_state()
+{
+    uint32_t low, high;
+    __asm__ volatile("xgetbv" : "=a"(low), "=d"(high) : "c"(0));
+    return low;
+}
+
+[[gnu::always_inline]] static inline bool has_bits(uint32_t word, uint32_t bits)
+{
+    return (word & bits) == bits;
+}
+
+// The features, as a set of CpuFeature, that this machine has and the cap allows.
+[[gnu::always_inline]] static inline uint32_t cpu_features(int cap = QAL_ISA_CAP)
+{
+    if (cap < isa_cap_avx2 || cpuid(0, 0).eax < 7)
+        return 0;
+    const CpuidLeaf leaf1 = cpuid(1, 0);
+    const CpuidLeaf leaf7 = cpuid(7, 0);
+    uint32_t features = 0;
+
+    constexpr uint32_t bmi1 = 1u << 3, avx2 = 1u << 5, bmi2 = 1u << 8, adx = 1u << 19;
+    constexpr uint32_t pclmulqdq = 1u << 1, osxsave = 1u << 27, gfni = 1u << 8,
+                       vpclmulqdq = 1u << 10;
+    if (has_bits(leaf7.ebx, bmi2 | adx))
+        features |= cpu_bmi2_adx;
+    if (has_bits(leaf1.ecx, pclmulqdq))
+        features |= cpu_pclmulqdq;
+
+    // Wide registers count only when the operating system saves them: XCR0 bits 1 and 2 for xmm and
+    // ymm, 5 to 7 for masks and zmm.
+    if (!has_bits(leaf1.ecx, osxsave))
+        return features;
+    const uint32_t state = enabled_register_state();
+    if (!has_bits(state, 0x06) || !has_bits(leaf7.ebx, avx2 | bmi1 | bmi2))
+        return features;
+    features |= cpu_avx2;
+    if (has_bits(leaf7.ecx, gfni))
+        features |= cpu_gfni;
+    if (has_bits(leaf7.ecx, vpclmulqdq))
+        features |= cpu_vpclmulqdq;
+
+    constexpr uint32_t f = 1u << 16, dq = 1u << 17, ifma = 1u << 21, bw = 1u << 30, vl = 1u << 31;
+    constexpr uint32_t vbmi = 1u << 1, vbmi2 = 1u << 6;
+    if (cap >= isa_cap_all && has_bits(state, 0xe6) &&
+        has_bits(leaf7.ebx, f | dq | ifma | bw | vl) &&
+        has_bits(leaf7.ecx, vbmi | vbmi2 | gfni | vpclmulqdq))
+        features |= cpu_avx512;
+    return features;
+}
+
+} // namespace qal::base
+
+#endif

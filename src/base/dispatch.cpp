@@ -1,0 +1,42 @@
+// The one place that chooses between variants of a routine.
+//
+// Each dispatched name is a GNU indirect function: the loader calls its resolver once while it
+// relocates the library and binds the name to the answer, so that there is nothing to initialise,
+// nothing writable afterwards and no cost per call.
+//
+// A resolver runs before relocation has finished. It may call nothing but what is inlined into it,
+// and this file is compiled without sanitizers, stack protector, coverage and link-time
+// optimisation (src/CMakeLists.txt sees to that). Resolvers are external functions because clang
+// demands it. Never give an indirect function an alias: gcc 12 would call the resolver instead.
+#include "base/cpu.hpp"
+#include "ru/streebog_kernels.hpp"
+
+#include <qal/streebog.h>
+
+// Defines `name`, declared before, as an indirect function; the body returns the variant to bind.
+// The resolver has a name of its own so that tests can ask which variant it chooses.
+#define QAL_DISPATCH(name, ...)                                                                    \
+    extern "C" [[gnu::visibility("hidden"), gnu::used]] decltype(&name) qal_resolve_##name()       \
+    {                                                                                              \
+        [[maybe_unused]] const uint32_t cpu = cpu_features();                                      \
+        __VA_ARGS__                                                                                \
+    }                                                                                              \
+    extern decltype(name) name __attribute__((ifunc("qal_resolve_" #name)))
+
+namespace qal::ru {
+
+using namespace qal::base;
+
+QAL_DISPATCH(streebog_blocks, { return streebog_blocks_portable; });
+
+} // namespace qal::ru
+
+extern "C" {
+
+using namespace qal::base;
+using namespace qal::ru;
+
+QAL_DISPATCH(streebog_gN, { return streebog_gN_portable; });
+
+QAL_DISPATCH(streebog_lpsx64, { return streebog_lpsx64_portable; });
+}
