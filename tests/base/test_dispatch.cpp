@@ -1,0 +1,51 @@
+// Which variant each dispatched name is bound to, under the build's cap, on this processor.
+#include "base/cpu.hpp"
+#include "ru/streebog_kernels.hpp"
+
+#include <qal/streebog.h>
+
+#include <gtest/gtest.h>
+
+#include <initializer_list>
+
+using namespace qal::base;
+
+namespace {
+
+// A variant with what it needs.
+template <typename Function>
+struct Choice {
+    uint32_t needs;
+    Function *variant;
+};
+
+// The choices stand in the order of preference; the last one needs nothing.
+template <typename Function>
+void expect_first_possible(Function *chosen, std::initializer_list<Choice<Function>> choices)
+{
+    for (const auto &choice : choices) {
+        if ((cpu_features() & choice.needs) == choice.needs) {
+            EXPECT_EQ(chosen, choice.variant);
+            return;
+        }
+    }
+    FAIL() << "no variant for every processor";
+}
+
+} // namespace
+
+#define RESOLVER(name) extern "C" decltype(&name) qal_resolve_##name()
+
+namespace qal::ru {
+RESOLVER(streebog_blocks);
+} // namespace qal::ru
+RESOLVER(streebog_gN);
+RESOLVER(streebog_lpsx64);
+
+TEST(Dispatch, Streebog)
+{
+    using namespace qal::ru;
+    expect_first_possible(qal_resolve_streebog_blocks(), {{0, streebog_blocks_portable}});
+    expect_first_possible(qal_resolve_streebog_gN(), {{0, streebog_gN_portable}});
+    expect_first_possible(qal_resolve_streebog_lpsx64(), {{0, streebog_lpsx64_portable}});
+}

@@ -1,0 +1,151 @@
+"""Checks of the finished library with binutils: one check per run, by name.
+
+A failed check prints what it found and ends with status 1.
+"""
+
+import argparse
+import re
+import subprocess
+import sys
+from pathlib import Path
+
+
+def output(*command):
+    return subprocess.run(command, check=True, capture_output=True, text=True).stdout
+
+
+def export_list(path):
+    """name -> (kind, header)"""
+    exports = {}
+    for line in Path(path).read_text().splitlines():
+        if line and not line.startswith("#"):
+            name, kind, header = line.split()
+            if name in exports:
+                raise SystemExit(f"{name} stands twice in {path}")
+            exports[name] = (kind, header)
+    return exports
+
+
+def dynamic_symbols(library, *options):
+    """(name without version, type letter) of each dynamic symbol"""
+    rows = (line.split() for line in output("nm", "-D", *options, library).splitlines())
+    return {(row[-1].split("@")[0], row[-2]) for row in rows}
+
+
+def differences(what, expected, found):
+    lines = [f"{what}: missing {name}" for name in sorted(expected - found)]
+    return lines + [f"{what}: unexpected {name}" for name in sorted(found - expected)]
+
+
+def exports(args):
+    """The library exports what the list says, with its kinds, under one version."""
+    expected = {(name, kind) for name, (kind, _) in export_list(args.exports).items()}
+    kinds = {"T": "function", "i": "function", "R": "data", "B": "data", "D": "data"}
+    symbols = dynamic_symbols(args.library, "--defined-only")
+    found = {(name, kinds.get(kind, kind)) for name, kind in symbols if (name, kind) != ("QAL_1", "A")}
+    versions = output("readelf", "-W", "--dyn-syms", args.library)
+    unversioned = re.findall(r"(?:FUNC|OBJECT|IFUNC)\s+GLOBAL\s+DEFAULT\s+\d+\s+(\w+)$", versions, re.M)
+    return differences("exports", expected, found) + [f"no version: {name}" for name in unversioned]
+
+
+def headers(args):
+    """Each header declares what the list says that it does, under QAL_API."""
+    expected = {(name, header) for name, (_, header) in export_list(args.exports).items()}
+    found = set()
+    for header in Path(args.include).glob("*.h"):
+        text = re.sub(r"/\*.*?\*/", "", header.read_text(), flags=re.S)
+        for declaration in re.findall(r"^\s*QAL_API\b([^;]*);", text, flags=re.M):
+            # the name stands before the first parenthesis, bracket or end, but for pointers to functions
+            match = re.search(r"(\w+)\s*(?:\(|\[|$)", declaration.strip())
+            found.add((match.group(1), header.name))
+            for further in re.findall(r",\s*(\w+)\[", declaration) if "(" not in declaration else []:
+                found.add((further, header.name))
+    return differences("headers", expected, found)
+
+
+def needed(args):
+    """The C library is all that it asks for."""
+    found = set(re.findall(r"\(NEEDED\).*\[(.*)\]", output("readelf", "-Wd", args.library)))
+    return differences("needed", {"libc.so.6"}, found)
+
+
+def undefined(args):
+    """Of the C library it takes copies, comparison, wiping, one line of output, the handler."""
+    allowed = {
+        "memcpy", "memmove", "memset", "memcmp", "explicit_bzero", "puts", "__assert_fail",
+        "__stack_chk_fail",
+        # as -D_FORTIFY_SOURCE spells them
+        "__memcpy_chk", "__memmove_chk", "__memset_chk", "__explicit_bzero_chk",
+        # the start files' weak names
+        "__cxa_finalize", "__gmon_start__", "_ITM_deregisterTMCloneTable", "_ITM_registerTMCloneTable",
+    }
+    found = {name for name, _ in dynamic_symbols(args.library, "--undefined-only")}
+    return [f"undefined: {name}" for name in sorted(found - allowed)]
+
+
+def writable(args):
+    """Writable data in our own objects: two words at most, and these."""
+    allowed = {"rsa_gen_rnd", "qalrmt_state"}
+    found = set()
+    for line in output("nm", *args.objects).splitlines():
+        row = line.split()
+        if len(row) == 3 and row[1] in "BbDdCGgSs":
+            found.add(row[2])
+    return [f"writable: {name}" for name in sorted(found - allowed)]
+
+
+def hardening(args):
+    """No executable stack, full RELRO, no text relocations."""
+    segments = output("readelf", "-Wl", args.library)
+    dynamic = output("readelf", "-Wd", args.library)
+    problems = []
+    stack = re.search(r"GNU_STACK.*", segments)
+    if not stack or re.search(r"\bRWE\b", stack.group(0)):
+        problems.append("the stack is executable")
+    if "GNU_RELRO" not in segments or "BIND_NOW" not in dynamic:
+        problems.append("relocations are not read-only after start")
+    if "TEXTREL" in dynamic:
+        problems.append("text relocations")
+    if re.search(r"LOAD.*RWE", segments):
+        problems.append("a segment is writable and executable")
+    return problems
+
+
+def paths(args):
+    """Neither sources nor build directory can be read off the binary."""
+    text = Path(args.library).read_bytes()
+    return [f"the library contains {path}" for path in (args.source, args.build) if path.encode() in text]
+
+
+def objects(args):
+    """Every object marks indirect branches and a shadow stack, and variants carry no weak symbols.
+
+    A weak function compiled for a wide instruction set could stand in for the whole program's.
+    """
+    problems = []
+    for path in args.objects:
+        if "IBT, SHSTK" not in output("readelf", "-Wn", path):
+            problems.append(f"{path}: no IBT and SHSTK property")
+        if re.search(r"_(avx2|avx2_gfni|avx512|bmi2adx)\.(cpp|S)\.o$", path):
+            weak = re.findall(r"\s[WVu]\s+(\S+)", output("nm", path))
+            problems += [f"{path}: weak {name}" for name in weak]
+    return problems
+
+
+CHECKS = (exports, headers, needed, undefined, writable, hardening, paths, objects)
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__)
+    parser.add_argument("check", choices=[check.__name__ for check in CHECKS])
+    for option in ("library", "exports", "include", "source", "build"):
+        parser.add_argument(f"--{option}", required=True)
+    parser.add_argument("--objects", nargs="+", required=True)
+    args = parser.parse_args()
+    problems = next(check for check in CHECKS if check.__name__ == args.check)(args)
+    print("\n".join(problems) or "as it should be")
+    return 1 if problems else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
