@@ -1,0 +1,89 @@
+# Builds and runs another project against this one; MODE says how it finds the library.
+set(here "${CMAKE_CURRENT_LIST_DIR}")
+set(work "${BUILD}/consumer tests/${MODE}")
+set(prefix "${work}/install here")
+file(REMOVE_RECURSE "${work}")
+file(MAKE_DIRECTORY "${work}")
+
+set(toolchain "-G${GENERATOR}" "-DCMAKE_C_COMPILER=${C_COMPILER}" "-DCMAKE_CXX_COMPILER=${CXX_COMPILER}"
+  "-DCMAKE_C_FLAGS=${C_FLAGS}" "-DCMAKE_CXX_FLAGS=${CXX_FLAGS}" "-DCMAKE_BUILD_TYPE=${BUILD_TYPE}")
+
+# run(command...): its output is shown only when it fails
+function(run)
+  execute_process(COMMAND ${ARGN} OUTPUT_VARIABLE out ERROR_VARIABLE out RESULT_VARIABLE status)
+  if(NOT status EQUAL 0)
+    list(JOIN ARGN " " command)
+    message(FATAL_ERROR "${command}\n${out}\nstatus ${status}")
+  endif()
+  set(run_output "${out}" PARENT_SCOPE)
+endfunction()
+
+function(build_and_test)
+  run(${CMAKE_COMMAND} -S "${here}/project" -B "${work}/build it" ${toolchain} ${ARGN})
+  run(${CMAKE_COMMAND} --build "${work}/build it" -j 2)
+  run(ctest --test-dir "${work}/build it" --no-tests=error --output-on-failure)
+endfunction()
+
+# Compiles consumer.c by hand with what pkg-config answers, and runs it.
+function(by_pkg_config pc_directory library_directory)
+  set(ENV{PKG_CONFIG_PATH} "${pc_directory}")
+  execute_process(COMMAND ${PKG_CONFIG} --cflags --libs ${ARGN} qal
+    OUTPUT_VARIABLE flags OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+  separate_arguments(flags UNIX_COMMAND "${flags}")
+  run(${C_COMPILER} "${here}/project/consumer.c" -o "${work}/by hand" ${flags})
+  run(${CMAKE_COMMAND} -E env "LD_LIBRARY_PATH=${library_directory}" "${work}/by hand")
+endfunction()
+
+if(MODE STREQUAL "package")
+  run(${CMAKE_COMMAND} --install "${BUILD}" --prefix "${prefix}")
+  build_and_test("-DCMAKE_PREFIX_PATH=${prefix}")
+
+elseif(MODE STREQUAL "pkgconfig")
+  # The prefix is written into the file at configure time.
+  run(${CMAKE_COMMAND} -S "${SOURCE}" -B "${work}/qal" ${toolchain} "-DCMAKE_INSTALL_PREFIX=${work}/prefix"
+    -DCMAKE_INSTALL_LIBDIR=lib -DQAL_BUILD_TESTS=OFF -DQAL_BUILD_TOOL=OFF -DQAL_BUILD_EXAMPLES=OFF)
+  run(${CMAKE_COMMAND} --build "${work}/qal" -j 2)
+  run(${CMAKE_COMMAND} --install "${work}/qal")
+  by_pkg_config("${work}/prefix/lib/pkgconfig" "${work}/prefix/lib")
+
+elseif(MODE STREQUAL "absolute")
+  # Distributions give absolute directories.
+  string(REPLACE " " "-" plain "${work}")
+  run(${CMAKE_COMMAND} -S "${SOURCE}" -B "${work}/qal" ${toolchain} "-DCMAKE_INSTALL_PREFIX=${plain}/usr"
+    "-DCMAKE_INSTALL_LIBDIR=${plain}/usr/lib64" "-DCMAKE_INSTALL_INCLUDEDIR=${plain}/usr/headers"
+    -DQAL_BUILD_TESTS=OFF -DQAL_BUILD_TOOL=OFF -DQAL_BUILD_EXAMPLES=OFF)
+  run(${CMAKE_COMMAND} --build "${work}/qal" -j 2)
+  run(${CMAKE_COMMAND} --install "${work}/qal")
+  by_pkg_config("${plain}/usr/lib64/pkgconfig" "${plain}/usr/lib64")
+  build_and_test("-DCMAKE_PREFIX_PATH=${plain}/usr" "-Dqal_DIR=${plain}/usr/lib64/cmake/qal")
+  file(REMOVE_RECURSE "${plain}")
+
+elseif(MODE STREQUAL "static")
+  # Indirect functions in programs without a dynamic loader.
+  foreach(kind -static -static-pie)
+    run(${C_COMPILER} ${kind} -fPIE "-I${SOURCE}/include" "${here}/project/consumer.c"
+      "${BUILD}/src/libqal.a" -o "${work}/program${kind}")
+    run("${work}/program${kind}")
+  endforeach()
+
+elseif(MODE STREQUAL "subdirectory")
+  set(copy "${work}/sources of qal")
+  execute_process(COMMAND git -C "${SOURCE}" ls-files --cached --others --exclude-standard
+    OUTPUT_VARIABLE files OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+  string(REPLACE "\n" ";" files "${files}")
+  foreach(file IN LISTS files)
+    if(EXISTS "${SOURCE}/${file}")
+      cmake_path(GET file PARENT_PATH directory)
+      file(COPY "${SOURCE}/${file}" DESTINATION "${copy}/${directory}")
+    endif()
+  endforeach()
+  file(GLOB_RECURSE before LIST_DIRECTORIES true "${copy}/*")
+  build_and_test("-DQAL_SUBDIRECTORY=${copy}")
+  file(GLOB_RECURSE after LIST_DIRECTORIES true "${copy}/*")
+  if(NOT before STREQUAL after)
+    message(FATAL_ERROR "the build wrote into the source tree")
+  endif()
+
+else()
+  message(FATAL_ERROR "no mode ${MODE}")
+endif()
