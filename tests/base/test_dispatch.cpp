@@ -13,14 +13,14 @@ using namespace qal::base;
 namespace {
 
 // A variant with what it needs.
-template <typename Function>
+template<typename Function>
 struct Choice {
     uint32_t needs;
     Function *variant;
 };
 
 // The choices stand in the order of preference; the last one needs nothing.
-template <typename Function>
+template<typename Function>
 void expect_first_possible(Function *chosen, std::initializer_list<Choice<Function>> choices)
 {
     for (const auto &choice : choices) {

@@ -12,7 +12,6 @@
 
 using namespace qal::test;
 using namespace qal::ru;
-namespace base = qal::base;
 
 namespace {
 
