@@ -10,6 +10,10 @@ set(QAL_ISA_FLAGS_avx2 -mavx2 -mbmi -mbmi2)
 set(QAL_ISA_FLAGS_avx2_gfni ${QAL_ISA_FLAGS_avx2} -mgfni)
 set(QAL_ISA_FLAGS_avx512 ${QAL_ISA_FLAGS_avx2} -mgfni -mvpclmulqdq -mpclmul -mavx512f -mavx512dq
   -mavx512bw -mavx512vl -mavx512vbmi -mavx512vbmi2 -mavx512ifma)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+  # Its own header of AVX-512 intrinsics starts results from undefined values (gcc bug 105593).
+  list(APPEND QAL_ISA_FLAGS_avx512 -Wno-uninitialized -Wno-maybe-uninitialized)
+endif()
 
 # qal_isa_flags(file...): flags for each file named <routine>_<isa>.cpp
 function(qal_isa_flags)

@@ -27,7 +27,11 @@ namespace qal::ru {
 
 using namespace qal::base;
 
-QAL_DISPATCH(streebog_blocks, { return streebog_blocks_portable; });
+QAL_DISPATCH(streebog_blocks, {
+    if (cpu & cpu_avx512)
+        return streebog_blocks_avx512;
+    return streebog_blocks_portable;
+});
 
 } // namespace qal::ru
 
@@ -36,7 +40,15 @@ extern "C" {
 using namespace qal::base;
 using namespace qal::ru;
 
-QAL_DISPATCH(streebog_gN, { return streebog_gN_portable; });
+QAL_DISPATCH(streebog_gN, {
+    if (cpu & cpu_avx512)
+        return streebog_gN_avx512;
+    return streebog_gN_portable;
+});
 
-QAL_DISPATCH(streebog_lpsx64, { return streebog_lpsx64_portable; });
+QAL_DISPATCH(streebog_lpsx64, {
+    if (cpu & cpu_avx512)
+        return streebog_lpsx64_avx512;
+    return streebog_lpsx64_portable;
+});
 }

@@ -1,10 +1,9 @@
 // Streebog: GOST R 34.11-2012, RFC 6986. Buffering, padding and the sums N and sigma; the
-// compression is in streebog_portable.cpp and its wide twins.
-#include "base/bytes.hpp"
+// compression is in streebog_portable.cpp and its wide twin.
 #include "base/require.hpp"
-#include "base/uint128.hpp"
 #include "base/wipe.hpp"
 #include "ru/streebog_kernels.hpp"
+#include "ru/streebog_sums.hpp"
 
 #include <qal/streebog.h>
 
@@ -49,21 +48,12 @@ void streebog_put_block(uint8_t *out, const uint64_t *words)
 
 void streebog_add(uint64_t *N, uint64_t v)
 {
-    uint64_t carry = v;
-    for (size_t i = 0; i < 8; i++) {
-        N[i] += carry;
-        carry = N[i] < carry;
-    }
+    qal::ru::add_word(N, v);
 }
 
 void streebog_add512(uint64_t *sigma, const uint8_t *block)
 {
-    uint64_t carry = 0;
-    for (size_t i = 0; i < 8; i++) {
-        const uint128 sum = uint128{sigma[i]} + load_le64(block + 8 * i) + carry;
-        sigma[i] = static_cast<uint64_t>(sum);
-        carry = static_cast<uint64_t>(sum >> 64);
-    }
+    qal::ru::add_block(sigma, block);
 }
 
 void streebog_update_block(streebog_ctx *ctx, const uint8_t *block, uint64_t bits)

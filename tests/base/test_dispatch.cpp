@@ -45,7 +45,10 @@ RESOLVER(streebog_lpsx64);
 TEST(Dispatch, Streebog)
 {
     using namespace qal::ru;
-    expect_first_possible(qal_resolve_streebog_blocks(), {{0, streebog_blocks_portable}});
-    expect_first_possible(qal_resolve_streebog_gN(), {{0, streebog_gN_portable}});
-    expect_first_possible(qal_resolve_streebog_lpsx64(), {{0, streebog_lpsx64_portable}});
+    expect_first_possible(qal_resolve_streebog_blocks(),
+                          {{cpu_avx512, streebog_blocks_avx512}, {0, streebog_blocks_portable}});
+    expect_first_possible(qal_resolve_streebog_gN(),
+                          {{cpu_avx512, streebog_gN_avx512}, {0, streebog_gN_portable}});
+    expect_first_possible(qal_resolve_streebog_lpsx64(),
+                          {{cpu_avx512, streebog_lpsx64_avx512}, {0, streebog_lpsx64_portable}});
 }

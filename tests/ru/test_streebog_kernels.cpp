@@ -76,14 +76,17 @@ using Blocks = void(streebog_ctx *, const uint8_t *, size_t, uint64_t);
 const std::vector<Variant<Lpsx>> lpsx_variants = {
     {"exported", 0, streebog_lpsx64},
     {"portable", 0, streebog_lpsx64_portable},
+    {"avx512", qal::base::cpu_avx512, streebog_lpsx64_avx512},
 };
 const std::vector<Variant<Lpsx>> gN_variants = {
     {"exported", 0, streebog_gN},
     {"portable", 0, streebog_gN_portable},
+    {"avx512", qal::base::cpu_avx512, streebog_gN_avx512},
 };
 const std::vector<Variant<Blocks>> blocks_variants = {
     {"dispatched", 0, streebog_blocks},
     {"portable", 0, streebog_blocks_portable},
+    {"avx512", qal::base::cpu_avx512, streebog_blocks_avx512},
 };
 
 // A little-endian number plus another, byte by byte.
