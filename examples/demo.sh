@@ -1,0 +1,65 @@
+#!/usr/bin/env bash
+# What qal is for, on real input. Usage: demo.sh TOOL, in the source tree.
+set -euo pipefail
+
+qal=$1
+work=$(mktemp -d)
+trap 'rm -rf -- "$work"' EXIT
+
+say() { printf '%s\n' "$*"; }
+heading() { printf '\n%s\n' "$*"; }
+
+# seconds COMMAND...: how long it took, its output in $work/out
+seconds() {
+    local begin end
+    begin=$(date +%s%N)
+    "$@" >"$work/out"
+    end=$(date +%s%N)
+    awk -v ns=$((end - begin)) 'BEGIN { printf "%.3f", ns / 1e9 }'
+}
+
+throughput() { # MEBIBYTES SECONDS
+    awk -v mib="$1" -v s="$2" 'BEGIN { printf "%.0f MiB/s", mib / s }'
+}
+
+# The same hash by another implementation, when it is there; otherwise nothing is claimed.
+peer_digest() { # ALGORITHM FILE
+    openssl dgst -engine gost -r -"$1" "$2" 2>/dev/null | cut -d' ' -f1
+}
+
+say "qal: $("$qal" --version)"
+
+heading "Streebog (GOST R 34.11-2012)"
+find . -path ./build -prune -o -path ./.git -prune -o -type f -print0 | sort -z >"$work/files"
+count=$(tr -dc '\0' <"$work/files" | wc -c)
+for size in 512 256; do
+    xargs -0 "$qal" digest -a streebog-$size --tag -- <"$work/files" >"$work/list-$size"
+    say "  this project's $count files, streebog-$size: $(wc -l <"$work/list-$size") digests, such as"
+    say "    $(grep -F '(./README.md)' "$work/list-$size")"
+done
+"$qal" digest --check --quiet "$work/list-512" "$work/list-256"
+say "  both lists checked again with --check: every file OK"
+
+mib=256
+head -c $((mib << 20)) /dev/urandom >"$work/large"
+for size in 512 256; do
+    time=$(seconds "$qal" digest -a streebog-$size "$work/large")
+    ours=$(cut -d' ' -f1 "$work/out")
+    line="  a file of $mib MiB, streebog-$size: $time s, $(throughput $mib "$time")"
+    if theirs=$(peer_digest md_gost12_$size "$work/large") && [[ -n $theirs ]]; then
+        [[ $ours == "$theirs" ]] || {
+            say "$line; OpenSSL's GOST engine disagrees: $theirs" >&2
+            exit 1
+        }
+        line+="; OpenSSL's GOST engine agrees"
+    fi
+    say "$line"
+done
+
+printf 'x' | dd of="$work/large" bs=1 seek=12345678 conv=notrunc status=none
+printf '%s  %s\n' "$ours" "$work/large" >"$work/list"
+if "$qal" digest -a streebog-256 --check --status "$work/list"; then
+    say "  a changed byte in it went unnoticed" >&2
+    exit 1
+fi
+say "  one byte of it changed: --check reports it"

@@ -1,0 +1,10 @@
+// The commands of the program. Each adds itself to the command line; its callback sets the status.
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+namespace qal::tool {
+
+void add_digest(CLI::App &app, int &status);
+
+} // namespace qal::tool
