@@ -23,13 +23,6 @@ if(TARGET qal_tool)
     WORKING_DIRECTORY ${PROJECT_SOURCE_DIR} USES_TERMINAL VERBATIM)
 endif()
 
-if(TARGET qal_compare)
-  add_custom_target(compare
-    COMMAND ${CMAKE_COMMAND} -E make_directory ${PROJECT_BINARY_DIR}/results
-    COMMAND qal_compare --csv ${PROJECT_BINARY_DIR}/results/compare.csv
-    USES_TERMINAL VERBATIM)
-endif()
-
 find_program(QAL_GCOVR gcovr)
 add_custom_target(coverage-report
   COMMAND ${CMAKE_COMMAND} -E make_directory ${PROJECT_BINARY_DIR}/coverage

@@ -1,0 +1,105 @@
+#!/usr/bin/env python3
+"""Runs benchmark programs and prints how the library compares with the others.
+
+Benchmarks are named workload/size/contender; contenders whose names begin with "qal" are the
+library's own. Each program runs pinned to one processor, its benchmarks in random order round after
+round, and the median over the rounds stands for a contender. A ratio above 1 means that the library
+is faster; only ratios of one run mean anything.
+"""
+
+import argparse
+import csv
+import json
+import os
+import statistics
+import subprocess
+import sys
+from collections import defaultdict
+
+
+def run(program, rounds, min_time, core, pattern):
+    """The time of each round in nanoseconds, by benchmark name."""
+    command = [
+        program,
+        "--benchmark_format=json",
+        f"--benchmark_repetitions={rounds}",
+        f"--benchmark_min_time={min_time}",
+        "--benchmark_enable_random_interleaving=true",
+        f"--benchmark_filter={pattern}",
+    ]
+    done = subprocess.run(
+        command,
+        stdout=subprocess.PIPE,
+        text=True,
+        check=True,
+        preexec_fn=lambda: os.sched_setaffinity(0, {core}),
+    )
+    return times(json.loads(done.stdout)) if done.stdout.strip() else {}
+
+
+def times(report):
+    unit = {"ns": 1, "us": 1e3, "ms": 1e6, "s": 1e9}
+    found = defaultdict(list)
+    for entry in report["benchmarks"]:
+        if entry["run_type"] == "iteration":
+            found[entry["run_name"]].append(entry["cpu_time"] * unit[entry["time_unit"]])
+    return found
+
+
+def table(found):
+    """Rows (workload, size, contender, ns, best peer, ratio): growing sizes, the library first."""
+    groups = defaultdict(dict)
+    for name, rounds in found.items():
+        workload, size, contender = name.split("/")
+        groups[workload, size][contender] = statistics.median(rounds)
+    rows = []
+    by_cost = sorted(groups.items(), key=lambda group: (group[0][0], min(group[1].values())))
+    for (workload, size), contenders in by_cost:
+        peers = {name: ns for name, ns in contenders.items() if not name.startswith("qal")}
+        best = min(peers, key=peers.get) if peers else None
+        for contender, ns in sorted(
+            contenders.items(), key=lambda item: (not item[0].startswith("qal"), item[1])
+        ):
+            ratio = peers[best] / ns if best else None
+            rows.append((workload, size, contender, ns, best, ratio))
+    return rows
+
+
+def show(rows, out):
+    previous = None
+    for workload, size, contender, ns, best, ratio in rows:
+        if (workload, size) != previous:
+            print(f"\n{workload}, {size}" + (f" (best of the others: {best})" if best else ""), file=out)
+            previous = workload, size
+        print(f"  {contender:<28}{ns:>14.1f} ns" + (f"{ratio:>9.2f}x" if ratio else ""), file=out)
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__.split("\n\n")[0])
+    parser.add_argument("programs", nargs="+", metavar="PROGRAM")
+    parser.add_argument("--filter", default=".", help="regular expression over benchmark names")
+    parser.add_argument("--rounds", type=int, default=9)
+    parser.add_argument("--min-time", type=float, default=0.05, help="seconds per benchmark and round")
+    parser.add_argument("--core", type=int, default=max(os.sched_getaffinity(0)))
+    parser.add_argument("--csv", help="file to write the table to")
+    arguments = parser.parse_args()
+
+    found = {}
+    for program in arguments.programs:
+        found |= run(
+            program, arguments.rounds, arguments.min_time, arguments.core, arguments.filter
+        )
+    if not found:
+        sys.exit(f"compare.py: no benchmark matches '{arguments.filter}'")
+    rows = table(found)
+    show(rows, sys.stdout)
+    if arguments.csv:
+        with open(arguments.csv, "w", newline="") as file:
+            writer = csv.writer(file)
+            writer.writerow(["workload", "size", "contender", "ns", "best_peer", "ratio"])
+            writer.writerows(rows)
+        print(f"\nWritten to {arguments.csv}")
+
+
+if __name__ == "__main__":
+    main()

@@ -1,0 +1,51 @@
+"""The arithmetic of bench/compare.py, on a report as Google Benchmark writes it."""
+
+import io
+import sys
+import unittest
+
+sys.path.insert(0, sys.argv.pop(1))
+import compare
+
+
+def entry(name, time, unit="ns", kind="iteration"):
+    return {"run_name": name, "run_type": kind, "cpu_time": time, "time_unit": unit}
+
+
+REPORT = {
+    "benchmarks": [
+        entry("hash/1KiB/slow", 4000),
+        entry("hash/1KiB/qal", 900),
+        entry("hash/1KiB/fast", 2, "us"),
+        entry("hash/1KiB/qal", 1000),
+        entry("hash/1KiB/qal", 99_000),
+        entry("hash/1KiB/qal-portable", 2500),
+        entry("hash/1KiB/qal", 1, kind="aggregate"),
+        entry("hash/64B/qal", 100),
+        entry("alone/8/qal", 5),
+    ]
+}
+
+
+class Table(unittest.TestCase):
+    def test_medians_and_ratios(self):
+        self.assertEqual(
+            compare.table(compare.times(REPORT)),
+            [
+                ("alone", "8", "qal", 5, None, None),
+                ("hash", "64B", "qal", 100, None, None),
+                ("hash", "1KiB", "qal", 1000, "fast", 2.0),
+                ("hash", "1KiB", "qal-portable", 2500, "fast", 0.8),
+                ("hash", "1KiB", "fast", 2000, "fast", 1.0),
+                ("hash", "1KiB", "slow", 4000, "fast", 0.5),
+            ],
+        )
+
+    def test_shown(self):
+        out = io.StringIO()
+        compare.show(compare.table(compare.times(REPORT)), out)
+        self.assertIn("hash, 1KiB (best of the others: fast)", out.getvalue())
+        self.assertIn("2.00x", out.getvalue())
+
+
+unittest.main()
