@@ -6,6 +6,7 @@
 #define QAL_QAL_H
 
 #include <qal/api.h>
+#include <qal/kuzn.h>
 #include <qal/streebog.h>
 
 #endif

@@ -16,6 +16,19 @@ static inline uint64_t load_le64(const uint8_t *in)
     return value;
 }
 
+static inline uint32_t load_be32(const uint8_t *in)
+{
+    uint32_t value;
+    memcpy(&value, in, sizeof value);
+    return __builtin_bswap32(value);
+}
+
+static inline void store_be64(uint8_t *out, uint64_t value)
+{
+    value = __builtin_bswap64(value);
+    memcpy(out, &value, sizeof value);
+}
+
 static inline void store_le64(uint8_t *out, uint64_t value)
 {
     memcpy(out, &value, sizeof value);

@@ -9,8 +9,10 @@
 // optimisation (src/CMakeLists.txt sees to that). Resolvers are external functions because clang
 // demands it. Never give an indirect function an alias: gcc 12 would call the resolver instead.
 #include "base/cpu.hpp"
+#include "ru/kuznyechik_kernels.hpp"
 #include "ru/streebog_kernels.hpp"
 
+#include <qal/kuzn.h>
 #include <qal/streebog.h>
 
 // Defines `name`, declared before, as an indirect function; the body returns the variant to bind.
@@ -27,6 +29,22 @@ namespace qal::ru {
 
 using namespace qal::base;
 
+QAL_DISPATCH(kuznyechik_block_dec, {
+    if (cpu & cpu_avx512)
+        return kuznyechik_block_dec_avx512;
+    return kuznyechik_block_dec_portable;
+});
+
+QAL_DISPATCH(kuznyechik_ctr_blocks, {
+    if (cpu & cpu_avx512)
+        return kuznyechik_ctr_blocks_avx512;
+    if (has_bits(cpu, cpu_avx2 | cpu_gfni))
+        return kuznyechik_ctr_blocks_avx2_gfni;
+    if (cpu & cpu_avx2)
+        return kuznyechik_ctr_blocks_avx2;
+    return kuznyechik_ctr_blocks_portable;
+});
+
 QAL_DISPATCH(streebog_blocks, {
     if (cpu & cpu_avx512)
         return streebog_blocks_avx512;
@@ -39,6 +57,18 @@ extern "C" {
 
 using namespace qal::base;
 using namespace qal::ru;
+
+QAL_DISPATCH(kuzn_block_enc, {
+    if (cpu & cpu_avx512)
+        return kuzn_block_enc_avx512;
+    return kuzn_block_enc_portable;
+});
+
+QAL_DISPATCH(kuzn_setup_keys, {
+    if (cpu & cpu_avx512)
+        return kuzn_setup_keys_avx512;
+    return kuzn_setup_keys_portable;
+});
 
 QAL_DISPATCH(streebog_gN, {
     if (cpu & cpu_avx512)

@@ -1,7 +1,9 @@
 // Which variant each dispatched name is bound to, under the build's cap, on this processor.
 #include "base/cpu.hpp"
+#include "ru/kuznyechik_kernels.hpp"
 #include "ru/streebog_kernels.hpp"
 
+#include <qal/kuzn.h>
 #include <qal/streebog.h>
 
 #include <gtest/gtest.h>
@@ -37,10 +39,31 @@ void expect_first_possible(Function *chosen, std::initializer_list<Choice<Functi
 #define RESOLVER(name) extern "C" decltype(&name) qal_resolve_##name()
 
 namespace qal::ru {
+RESOLVER(kuznyechik_block_dec);
+RESOLVER(kuznyechik_ctr_blocks);
 RESOLVER(streebog_blocks);
 } // namespace qal::ru
+RESOLVER(kuzn_block_enc);
+RESOLVER(kuzn_setup_keys);
 RESOLVER(streebog_gN);
 RESOLVER(streebog_lpsx64);
+
+TEST(Dispatch, Kuznyechik)
+{
+    using namespace qal::ru;
+    expect_first_possible(qal_resolve_kuzn_block_enc(),
+                          {{cpu_avx512, kuzn_block_enc_avx512}, {0, kuzn_block_enc_portable}});
+    expect_first_possible(qal_resolve_kuzn_setup_keys(),
+                          {{cpu_avx512, kuzn_setup_keys_avx512}, {0, kuzn_setup_keys_portable}});
+    expect_first_possible(
+        qal_resolve_kuznyechik_block_dec(),
+        {{cpu_avx512, kuznyechik_block_dec_avx512}, {0, kuznyechik_block_dec_portable}});
+    expect_first_possible(qal_resolve_kuznyechik_ctr_blocks(),
+                          {{cpu_avx512, kuznyechik_ctr_blocks_avx512},
+                           {cpu_avx2 | cpu_gfni, kuznyechik_ctr_blocks_avx2_gfni},
+                           {cpu_avx2, kuznyechik_ctr_blocks_avx2},
+                           {0, kuznyechik_ctr_blocks_portable}});
+}
 
 TEST(Dispatch, Streebog)
 {
