@@ -16,6 +16,23 @@ consteval uint8_t left_behind()
     return static_cast<uint8_t>(sum);
 }
 
+// Products by 0x94 of the nibbles of a byte; one of them brings along what doubled() leaves behind.
+struct NibbleProducts {
+    SixteenBytes low, high;
+};
+
+consteval NibbleProducts make_times_94()
+{
+    NibbleProducts t{};
+    for (unsigned n = 0; n < 16; n++) {
+        t.low.byte[n] = kuznyechik_product(n, 0x94) ^ left_behind();
+        t.high.byte[n] = kuznyechik_product(n << 4, 0x94);
+    }
+    return t;
+}
+
+constexpr NibbleProducts times_94 = make_times_94();
+
 struct Vector : Avx2 {
     // Times x, plus 0xc3 in every byte: the shuffle gives the reduction where the top bit is clear.
     static Type doubled(Type v)
@@ -25,9 +42,13 @@ struct Vector : Avx2 {
 
     // Horner's rule over the bits of the coefficients, from x^7 down. The seven constants that
     // doubled() leaves behind add up to one.
-    static Type combine(Type p94, Type p20, Type p85, Type p10, Type pc2, Type pc0, Type pfb,
-                        Type p01)
+    template<typename Byte>
+    [[gnu::always_inline]] static Type combine(const Byte &b)
     {
+        const Type p94 = b(14);
+        const Type p20 = add(b(1), b(13)), p85 = add(b(2), b(12)), p10 = add(b(3), b(11)),
+                   pc2 = add(b(4), b(10)), pc0 = add(b(5), b(9)), pfb = b(7),
+                   p01 = add(add(b(6), b(8)), b(15));
         const Type p94_85 = add(p94, p85);
         const Type pc2_c0_fb = add(add(pc2, pc0), pfb);
         Type sum = add(pc2_c0_fb, p94_85);
@@ -38,7 +59,11 @@ struct Vector : Avx2 {
         sum = add(doubled(sum), p94_85);
         sum = add(doubled(sum), add(pfb, pc2));
         sum = add(doubled(sum), add(add(p85, pfb), p01));
-        return add(sum, splat(left_behind() * 0x01010101U));
+        // Horner's rule takes long; the newest byte goes through two tables instead.
+        const Type nibble = splat(0x0f0f0f0f), newest = b(0);
+        const Type low = look_up(times_94.low, both(newest, nibble));
+        const Type high = look_up(times_94.high, both(_mm256_srli_epi16(newest, 4), nibble));
+        return add(add(sum, low), high);
     }
 };
 

@@ -183,8 +183,14 @@ struct Avx2 {
         const PiTables &t = pi_tables;
         const Type nibble = splat(0x0f0f0f0f);
         const Type low = both(v, nibble), high = both(_mm256_srli_epi16(v, 4), nibble);
-        const Type l = add(look_up(t.l_low, low), look_up(t.l_high, high));
-        const Type r = add(look_up(t.r_low, low), look_up(t.r_high, high));
+        return image_of(add(look_up(t.l_low, low), look_up(t.l_high, high)),
+                        add(look_up(t.r_low, low), look_up(t.r_high, high)));
+    }
+
+    // pi(l + r g)
+    static Type image_of(Type l, Type r)
+    {
+        const PiTables &t = pi_tables;
         const Type u = sum_of_logs(look_up(t.log, l), look_up(t.log_inverse, r));
         const Type j = sum_of_logs(look_up(t.log, r), look_up(t.distance, u));
         // Not in the subfield: an index with the top bit.

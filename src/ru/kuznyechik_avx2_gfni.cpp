@@ -9,7 +9,32 @@ namespace qal::ru {
 
 namespace {
 
+// From a byte to its coordinates l + 16 r, as a matrix.
+consteval uint64_t coordinates_matrix()
+{
+    const PiTables &t = pi_tables;
+    uint64_t matrix = 0;
+    for (unsigned b = 0; b < 8; b++) {
+        const unsigned at = 1U << b % 4;
+        const unsigned image = b < 4 ? t.l_low.byte[at] | 16U * t.r_low.byte[at]
+                                     : t.l_high.byte[at] | 16U * t.r_high.byte[at];
+        for (unsigned o = 0; o < 8; o++)
+            matrix |= static_cast<uint64_t>(image >> o & 1) << (8 * (7 - o) + b);
+    }
+    return matrix;
+}
+
 struct Vector : Avx2 {
+    static Type substitute(Type v)
+    {
+        constexpr uint64_t matrix = coordinates_matrix();
+        const Type nibble = splat(0x0f0f0f0f);
+        const Type both_of_them =
+            _mm256_gf2p8affine_epi64_epi8(v, _mm256_set1_epi64x(static_cast<long long>(matrix)), 0);
+        return image_of(both(both_of_them, nibble),
+                        both(_mm256_srli_epi16(both_of_them, 4), nibble));
+    }
+
     template<unsigned constant>
     static Type times(Type v)
     {
@@ -18,9 +43,13 @@ struct Vector : Avx2 {
                                              0);
     }
 
-    static Type combine(Type p94, Type p20, Type p85, Type p10, Type pc2, Type pc0, Type pfb,
-                        Type p01)
+    template<typename Byte>
+    [[gnu::always_inline]] static Type combine(const Byte &b)
     {
+        const Type p94 = add(b(0), b(14));
+        const Type p20 = add(b(1), b(13)), p85 = add(b(2), b(12)), p10 = add(b(3), b(11)),
+                   pc2 = add(b(4), b(10)), pc0 = add(b(5), b(9)), pfb = b(7),
+                   p01 = add(add(b(6), b(8)), b(15));
         const Type sum =
             add(add(times<0x20>(p20), times<0x85>(p85)), add(times<0x10>(p10), times<0xc2>(pc2)));
         const Type rest = add(add(times<0xc0>(pc0), times<0xfb>(pfb)), p01);

@@ -82,13 +82,15 @@ struct Vector {
                                              0);
     }
 
-    static Type combine(Type p94, Type p20, Type p85, Type p10, Type pc2, Type pc0, Type pfb,
-                        Type p01)
+    template<typename Byte>
+    [[gnu::always_inline]] static Type combine(const Byte &b)
     {
-        const Type sum = ru::add(times<0x20>(p20), times<0x85>(p85), times<0x10>(p10));
-        const Type rest = ru::add(times<0xc2>(pc2), times<0xc0>(pc0), times<0xfb>(pfb));
-        // The newest byte comes last.
-        return ru::add(ru::add(sum, rest, p01), times<0x94>(p94));
+        const Type sum = ru::add(times<0x20>(add(b(1), b(13))), times<0xc2>(add(b(4), b(10))),
+                                 times<0xc0>(add(b(5), b(9))));
+        const Type rest = ru::add(times<0x85>(add(b(2), b(12))), times<0x10>(add(b(3), b(11))),
+                                  times<0xfb>(b(7)));
+        return ru::add(ru::add(sum, ru::add(b(6), b(8), b(15)), rest),
+                       times<0x94>(add(b(0), b(14))));
     }
 };
 

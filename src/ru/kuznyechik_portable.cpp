@@ -93,9 +93,13 @@ struct Sse2 {
     }
 
     // Horner's rule over the bits of the coefficients, from x^7 down.
-    static Type combine(Type p94, Type p20, Type p85, Type p10, Type pc2, Type pc0, Type pfb,
-                        Type p01)
+    template<typename Byte>
+    [[gnu::always_inline]] static Type combine(const Byte &b)
     {
+        const Type p94 = add(b(0), b(14));
+        const Type p20 = add(b(1), b(13)), p85 = add(b(2), b(12)), p10 = add(b(3), b(11)),
+                   pc2 = add(b(4), b(10)), pc0 = add(b(5), b(9)), pfb = b(7),
+                   p01 = add(add(b(6), b(8)), b(15));
         const Type p94_85 = add(p94, p85);
         const Type pc2_c0_fb = add(add(pc2, pc0), pfb);
         const Type pfb_20 = add(pfb, p20), pfb_c2 = add(pfb, pc2);

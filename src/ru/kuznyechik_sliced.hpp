@@ -9,8 +9,9 @@
 //     Type, size (bytes, so blocks), load, store, splat (a byte, given four times over), add (XOR),
 //     positions (0, 1, ... as next_counters below wants them), less (all ones where a < b,
 //     unsigned), plus (bytes modulo 256), unpack_low, unpack_high (interleave bytes within 128
-//     bits), both (AND), substitute, and combine(p94, p20, p85, p10, pc2, pc0, pfb, p01), the sum
-//     of the products of R.
+//     bits), both (AND), substitute, and combine(b), the sum of R over the bytes b(0) to b(15).
+//     b(0) comes from the step before: what is done to it bounds the latency, the rest can be
+//     early.
 // Everything here has internal linkage: each file that includes it is compiled with its own flags.
 #pragma once
 
@@ -129,16 +130,12 @@ private:
         }
     }
 
-    // Steps t to 15 of R. Bytes with the same coefficient are added before they are multiplied.
+    // Steps t to 15 of R.
     template<int t>
     [[gnu::always_inline]] static void step(Type (&a)[16])
     {
         if constexpr (t < 16) {
-            const auto b = [&a](int i) { return a[(i - t) & 15]; };
-            a[15 - t] = Vector::combine(Vector::add(b(0), b(14)), Vector::add(b(1), b(13)),
-                                        Vector::add(b(2), b(12)), Vector::add(b(3), b(11)),
-                                        Vector::add(b(4), b(10)), Vector::add(b(5), b(9)), b(7),
-                                        Vector::add(Vector::add(b(6), b(8)), b(15)));
+            a[15 - t] = Vector::combine([&a](int i) { return a[(i - t) & 15]; });
             step<t + 1>(a);
         }
     }
