@@ -6,6 +6,8 @@
 #define QAL_QAL_H
 
 #include <qal/api.h>
+#include <qal/g28147.h>
+#include <qal/gr341194.h>
 #include <qal/kuzn.h>
 #include <qal/streebog.h>
 

@@ -2,6 +2,7 @@
 #ifndef QAL_BASE_BYTES_HPP
 #define QAL_BASE_BYTES_HPP
 
+#include <stddef.h>
 #include <stdint.h>
 #include <string.h>
 
@@ -14,6 +15,18 @@ static inline uint64_t load_le64(const uint8_t *in)
     uint64_t value;
     memcpy(&value, in, sizeof value);
     return value;
+}
+
+static inline uint32_t load_le32(const uint8_t *in)
+{
+    uint32_t value;
+    memcpy(&value, in, sizeof value);
+    return value;
+}
+
+static inline void store_le32(uint8_t *out, uint32_t value)
+{
+    memcpy(out, &value, sizeof value);
 }
 
 static inline uint32_t load_be32(const uint8_t *in)
@@ -32,6 +45,20 @@ static inline void store_be64(uint8_t *out, uint64_t value)
 static inline void store_le64(uint8_t *out, uint64_t value)
 {
     memcpy(out, &value, sizeof value);
+}
+
+// out = a ^ b; out may be a or b.
+static inline void xor_bytes(uint8_t *out, const uint8_t *a, const uint8_t *b, size_t size)
+{
+    size_t i = 0;
+    for (; i + 64 <= size; i += 64) { // of a fixed length, which compilers turn into vectors
+        uint64_t words[8];
+        for (size_t k = 0; k < 8; k++)
+            words[k] = load_le64(a + i + 8 * k) ^ load_le64(b + i + 8 * k);
+        memcpy(out + i, words, sizeof words);
+    }
+    for (; i < size; i++)
+        out[i] = static_cast<uint8_t>(a[i] ^ b[i]);
 }
 
 } // namespace qal::base

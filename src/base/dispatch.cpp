@@ -9,6 +9,7 @@
 // optimisation (src/CMakeLists.txt sees to that). Resolvers are external functions because clang
 // demands it. Never give an indirect function an alias: gcc 12 would call the resolver instead.
 #include "base/cpu.hpp"
+#include "gost28147/g28147_kernels.hpp"
 #include "ru/kuznyechik_kernels.hpp"
 #include "ru/streebog_kernels.hpp"
 
@@ -24,6 +25,20 @@
         __VA_ARGS__                                                                                \
     }                                                                                              \
     extern decltype(name) name __attribute__((ifunc("qal_resolve_" #name)))
+
+namespace qal::gost {
+
+using namespace qal::base;
+
+QAL_DISPATCH(g28147_blocks, {
+    if (cpu & cpu_avx512)
+        return g28147_blocks_avx512;
+    if (cpu & cpu_avx2)
+        return g28147_blocks_avx2;
+    return g28147_blocks_portable;
+});
+
+} // namespace qal::gost
 
 namespace qal::ru {
 

@@ -1,5 +1,6 @@
 // Which variant each dispatched name is bound to, under the build's cap, on this processor.
 #include "base/cpu.hpp"
+#include "gost28147/g28147_kernels.hpp"
 #include "ru/kuznyechik_kernels.hpp"
 #include "ru/streebog_kernels.hpp"
 
@@ -38,6 +39,9 @@ void expect_first_possible(Function *chosen, std::initializer_list<Choice<Functi
 
 #define RESOLVER(name) extern "C" decltype(&name) qal_resolve_##name()
 
+namespace qal::gost {
+RESOLVER(g28147_blocks);
+} // namespace qal::gost
 namespace qal::ru {
 RESOLVER(kuznyechik_block_dec);
 RESOLVER(kuznyechik_ctr_blocks);
@@ -47,6 +51,14 @@ RESOLVER(kuzn_block_enc);
 RESOLVER(kuzn_setup_keys);
 RESOLVER(streebog_gN);
 RESOLVER(streebog_lpsx64);
+
+TEST(Dispatch, Gost28147)
+{
+    using namespace qal::gost;
+    expect_first_possible(qal_resolve_g28147_blocks(), {{cpu_avx512, g28147_blocks_avx512},
+                                                        {cpu_avx2, g28147_blocks_avx2},
+                                                        {0, g28147_blocks_portable}});
+}
 
 TEST(Dispatch, Kuznyechik)
 {

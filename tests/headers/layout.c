@@ -7,6 +7,46 @@
 #define AT(record, field, offset)                                                                  \
     static_assert(offsetof(record, field) == (offset), #record "." #field)
 
+static_assert(sizeof(g28147_ecb_ctx) == 144, "g28147_ecb_ctx");
+AT(g28147_ecb_ctx, n1, 0);
+AT(g28147_ecb_ctx, n2, 4);
+AT(g28147_ecb_ctx, rk, 8);
+AT(g28147_ecb_ctx, kext, 136);
+
+static_assert(sizeof(g28147_hmac_ctx) == 160, "g28147_hmac_ctx");
+AT(g28147_hmac_ctx, n1, 0);
+AT(g28147_hmac_ctx, n2, 4);
+AT(g28147_hmac_ctx, rk, 8);
+AT(g28147_hmac_ctx, kext, 136);
+AT(g28147_hmac_ctx, pending, 144);
+AT(g28147_hmac_ctx, npending, 152);
+AT(g28147_hmac_ctx, processed, 156);
+
+static_assert(sizeof(g28147_ofb_ctx) == 160, "g28147_ofb_ctx");
+AT(g28147_ofb_ctx, n3, 0);
+AT(g28147_ofb_ctx, n4, 4);
+AT(g28147_ofb_ctx, rk, 8);
+AT(g28147_ofb_ctx, kext, 136);
+AT(g28147_ofb_ctx, gamma, 144);
+AT(g28147_ofb_ctx, pos, 152);
+
+static_assert(sizeof(g28147_cfb_ctx) == 152, "g28147_cfb_ctx");
+AT(g28147_cfb_ctx, r1, 0);
+AT(g28147_cfb_ctx, r2, 4);
+AT(g28147_cfb_ctx, rk, 8);
+AT(g28147_cfb_ctx, kext, 136);
+AT(g28147_cfb_ctx, direction, 144);
+
+static_assert(sizeof(gr341194_md_ctx) == 144, "gr341194_md_ctx");
+AT(gr341194_md_ctx, buffer, 0);
+AT(gr341194_md_ctx, npending, 32);
+AT(gr341194_md_ctx, H, 36);
+AT(gr341194_md_ctx, L, 68);
+AT(gr341194_md_ctx, sigma, 100);
+AT(gr341194_md_ctx, kext, 136);
+static_assert(sizeof CryptoPro_uz == 4096 && sizeof CryptoPro_iv == 32, "CryptoPro");
+static_assert(sizeof OrderEnc == 32 && sizeof OrderDecr == 32, "OrderEnc");
+
 static_assert(sizeof(kuzn_ecb_ctx) == 164, "kuzn_ecb_ctx");
 AT(kuzn_ecb_ctx, rk, 0);
 AT(kuzn_ecb_ctx, direction, 160);

@@ -1,0 +1,24 @@
+// The cipher over many independent blocks, and the variants of it.
+#pragma once
+
+#include <qal/g28147.h>
+
+#include <stddef.h>
+#include <stdint.h>
+
+namespace qal::gost {
+
+constexpr size_t g28147_block = 8;
+
+// out = the 32-round cycle of in, for whole blocks; in may be out. The table may be anything.
+void g28147_blocks(const uint32_t *rk, const uint32_t *kext, const uint8_t *in, uint8_t *out,
+                   size_t blocks);
+
+void g28147_blocks_portable(const uint32_t *rk, const uint32_t *kext, const uint8_t *in,
+                            uint8_t *out, size_t blocks);
+void g28147_blocks_avx2(const uint32_t *rk, const uint32_t *kext, const uint8_t *in, uint8_t *out,
+                        size_t blocks);
+void g28147_blocks_avx512(const uint32_t *rk, const uint32_t *kext, const uint8_t *in, uint8_t *out,
+                          size_t blocks);
+
+} // namespace qal::gost
