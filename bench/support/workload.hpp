@@ -56,6 +56,14 @@ public:
             std::fprintf(stderr, "%s%s: the result differs\n", prefix_.c_str(), name.c_str());
             std::exit(1);
         }
+        return contender_apart(name, run);
+    }
+
+    // For the same amount of work with another result: a parameter that the other library does not
+    // have. Nothing is compared.
+    template<typename Run>
+    Workload &contender_apart(const std::string &name, Run run)
+    {
         benchmark::RegisterBenchmark(
             (prefix_ + name).c_str(),
             [run, bytes = bytes_, size = result_](benchmark::State &state) {

@@ -10,6 +10,7 @@
 // demands it. Never give an indirect function an alias: gcc 12 would call the resolver instead.
 #include "base/cpu.hpp"
 #include "gost28147/g28147_kernels.hpp"
+#include "gost28147/gr341194_kernels.hpp"
 #include "ru/kuznyechik_kernels.hpp"
 #include "ru/streebog_kernels.hpp"
 
@@ -36,6 +37,12 @@ QAL_DISPATCH(g28147_blocks, {
     if (cpu & cpu_avx2)
         return g28147_blocks_avx2;
     return g28147_blocks_portable;
+});
+
+QAL_DISPATCH(gr341194_steps, {
+    if (cpu & cpu_avx512)
+        return gr341194_steps_avx512;
+    return gr341194_steps_portable;
 });
 
 } // namespace qal::gost

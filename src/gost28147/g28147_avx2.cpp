@@ -1,7 +1,5 @@
-// GOST 28147-89 over independent blocks with AVX2, eight blocks in a pair of registers.
-//
-// A substitution of four bits is a byte shuffle, which gives 0 for an index with the top bit set:
-// of the eight shuffles of a round each minds the bytes of one place in their words. No address
+// GOST 28147-89 over independent blocks with AVX2, 32 blocks at a time in byte slices: a register
+// holds one byte of all blocks, so that a substitution of four bits is one byte shuffle. No address
 // depends on key or data.
 #include "gost28147/g28147_kernels.hpp"
 
@@ -15,10 +13,11 @@ namespace qal::gost {
 
 namespace {
 
-// The images of low and high nibbles, in their place in the byte, by place of the byte; both halves
-// of a register are the same.
+// The images of a byte's nibbles after the rotation by 11 bits. That of byte j goes to byte j + 1,
+// three bits higher: the low nibble's image and the lowest bit of the high one's stay in that byte,
+// the rest of the high one's comes into byte j + 2. Both halves of a register are the same.
 struct NibbleTables {
-    __m256i low[4], high[4];
+    __m256i low[4], high[4], over[4];
 };
 
 __m256i load(const void *p)
@@ -64,13 +63,15 @@ NibbleTables make_tables(const uint32_t *kext)
 {
     NibbleTables tables;
     for (int t = 0; t < 4; t++) {
-        alignas(16) uint8_t low[16], high[16];
+        alignas(16) uint8_t low[16], high[16], over[16];
         for (int n = 0; n < 16; n++) {
             const auto image = [&](uint32_t word) {
-                return static_cast<uint8_t>((word >> 11 | word << 21) >> (24 - 8 * t));
+                return (word >> 11 | word << 21) >> (24 - 8 * t) & 0xff;
             };
-            low[n] = image(kext[256 * t + n]) & 0x0f;
-            high[n] = image(kext[256 * t + 16 * n]) & 0xf0;
+            const uint32_t upper = image(kext[256 * t + 16 * n]) >> 4;
+            low[n] = static_cast<uint8_t>((image(kext[256 * t + n]) & 0x0f) << 3);
+            high[n] = static_cast<uint8_t>(upper << 7);
+            over[n] = static_cast<uint8_t>(upper >> 1);
         }
         const auto both_halves = [](const uint8_t *p) {
             return _mm256_broadcastsi128_si256(
@@ -78,71 +79,94 @@ NibbleTables make_tables(const uint32_t *kext)
         };
         tables.low[3 - t] = both_halves(low);
         tables.high[3 - t] = both_halves(high);
+        tables.over[3 - t] = both_halves(over);
     }
     return tables;
 }
 
-template<int place>
-[[gnu::always_inline]] inline __m256i images(const NibbleTables &tables, __m256i low, __m256i high)
+__m256i splat_byte(uint32_t byte)
 {
-    const __m256i others = splat(~(0xffU << (8 * place)) & 0x80808080);
-    return _mm256_xor_si256(_mm256_shuffle_epi8(tables.low[place], _mm256_or_si256(low, others)),
-                            _mm256_shuffle_epi8(tables.high[place], _mm256_or_si256(high, others)));
+    return _mm256_set1_epi8(static_cast<char>(byte));
 }
 
-[[gnu::always_inline]] inline __m256i round(__m256i a, __m256i b, __m256i key,
-                                            const NibbleTables &tables)
+// All ones where the byte-wise sum a + k, with a carry in, came out as s with a carry out of bit 7.
+__m256i carry(__m256i a, __m256i k, __m256i s)
 {
-    const __m256i nibble = splat(0x0f0f0f0f), sum = _mm256_add_epi32(a, key);
-    const __m256i low = _mm256_and_si256(sum, nibble);
-    const __m256i high = _mm256_and_si256(_mm256_srli_epi32(sum, 4), nibble);
-    const __m256i image = _mm256_xor_si256(
-        _mm256_xor_si256(images<0>(tables, low, high), images<1>(tables, low, high)),
-        _mm256_xor_si256(images<2>(tables, low, high), images<3>(tables, low, high)));
-    const __m256i left = _mm256_slli_epi32(image, 11), right = _mm256_srli_epi32(image, 21);
-    return _mm256_xor_si256(_mm256_xor_si256(b, left), right);
+    const __m256i majority =
+        _mm256_or_si256(_mm256_and_si256(a, k), _mm256_andnot_si256(s, _mm256_or_si256(a, k)));
+    return _mm256_cmpgt_epi8(_mm256_setzero_si256(), majority);
 }
 
-// N1 and N2 of eight blocks, in an order of their own.
-struct Blocks {
-    __m256i a, b;
-};
-
-[[gnu::always_inline]] inline Blocks load_blocks(const uint8_t *in)
+// b ^= f(a + key), in slices, least significant byte first.
+[[gnu::always_inline]] inline void round(const __m256i (&a)[4], __m256i (&b)[4], uint32_t key,
+                                         const NibbleTables &tables)
 {
-    const __m256 x = _mm256_castsi256_ps(load(in)), y = _mm256_castsi256_ps(load(in + 32));
-    return {_mm256_castps_si256(_mm256_shuffle_ps(x, y, _MM_SHUFFLE(2, 0, 2, 0))),
-            _mm256_castps_si256(_mm256_shuffle_ps(x, y, _MM_SHUFFLE(3, 1, 3, 1)))};
+    const __m256i k0 = splat_byte(key), k1 = splat_byte(key >> 8), k2 = splat_byte(key >> 16),
+                  k3 = splat_byte(key >> 24);
+    const __m256i s0 = _mm256_add_epi8(a[0], k0);
+    const __m256i no_carry = _mm256_cmpeq_epi8(_mm256_max_epu8(s0, k0), s0);
+    const __m256i s1 = _mm256_add_epi8(_mm256_add_epi8(a[1], splat_byte((key >> 8) + 1)), no_carry);
+    const __m256i s2 = _mm256_sub_epi8(_mm256_add_epi8(a[2], k2), carry(a[1], k1, s1));
+    const __m256i s3 = _mm256_sub_epi8(_mm256_add_epi8(a[3], k3), carry(a[2], k2, s2));
+
+    const __m256i nibble = splat(0x0f0f0f0f);
+    const auto substitute = [&](int j, __m256i s) {
+        const __m256i low = _mm256_and_si256(s, nibble);
+        const __m256i high = _mm256_and_si256(_mm256_srli_epi16(s, 4), nibble);
+        __m256i &next = b[(j + 1) % 4], &after = b[(j + 2) % 4];
+        next = _mm256_xor_si256(next, _mm256_shuffle_epi8(tables.low[j], low));
+        next = _mm256_xor_si256(next, _mm256_shuffle_epi8(tables.high[j], high));
+        after = _mm256_xor_si256(after, _mm256_shuffle_epi8(tables.over[j], high));
+    };
+    substitute(0, s0);
+    substitute(1, s1);
+    substitute(2, s2);
+    substitute(3, s3);
 }
 
-// The last round leaves the halves unexchanged.
-[[gnu::always_inline]] inline void store_blocks(uint8_t *out, const Blocks &blocks)
+// With r the number of a register and p a place within 128 bits, this rotates the seven bits of (r,
+// p) by one. Four of it take the byte of a block, which is p modulo 8, to r; three more undo that.
+[[gnu::always_inline]] inline void shuffle(__m256i (&v)[8])
 {
-    auto *p = reinterpret_cast<__m256i *>(out);
-    _mm256_storeu_si256(p, _mm256_unpacklo_epi32(blocks.b, blocks.a));
-    _mm256_storeu_si256(p + 1, _mm256_unpackhi_epi32(blocks.b, blocks.a));
+    const __m256i w[8] = {_mm256_unpacklo_epi8(v[0], v[4]), _mm256_unpackhi_epi8(v[0], v[4]),
+                          _mm256_unpacklo_epi8(v[1], v[5]), _mm256_unpackhi_epi8(v[1], v[5]),
+                          _mm256_unpacklo_epi8(v[2], v[6]), _mm256_unpackhi_epi8(v[2], v[6]),
+                          _mm256_unpacklo_epi8(v[3], v[7]), _mm256_unpackhi_epi8(v[3], v[7])};
+    v[0] = w[0], v[1] = w[1], v[2] = w[2], v[3] = w[3];
+    v[4] = w[4], v[5] = w[5], v[6] = w[6], v[7] = w[7];
 }
 
-[[gnu::always_inline]] inline void two_rounds(Blocks &x, const uint32_t *rk,
-                                              const NibbleTables &tables)
-{
-    x.b = round(x.a, x.b, splat(rk[0]), tables);
-    x.a = round(x.b, x.a, splat(rk[1]), tables);
-}
+constexpr size_t group = 32, group_size = group * g28147_block;
 
-constexpr size_t group = 8, group_size = group * g28147_block;
-
-// Two groups side by side.
 void run(const uint32_t *rk, const NibbleTables &tables, const uint8_t *in, uint8_t *out)
 {
-    Blocks x = load_blocks(in), y = load_blocks(in + group_size);
+    __m256i v[8] = {load(in),       load(in + 32),  load(in + 64),  load(in + 96),
+                    load(in + 128), load(in + 160), load(in + 192), load(in + 224)};
+    shuffle(v);
+    shuffle(v);
+    shuffle(v);
+    shuffle(v);
+    __m256i a[4] = {v[0], v[1], v[2], v[3]}, b[4] = {v[4], v[5], v[6], v[7]};
 #pragma GCC unroll 1
     for (int i = 0; i < 32; i += 2) {
-        two_rounds(x, rk + i, tables);
-        two_rounds(y, rk + i, tables);
+        round(a, b, rk[i], tables);
+        round(b, a, rk[i + 1], tables);
     }
-    store_blocks(out, x);
-    store_blocks(out + group_size, y);
+    // The last round leaves the halves unexchanged.
+    v[0] = b[0], v[1] = b[1], v[2] = b[2], v[3] = b[3];
+    v[4] = a[0], v[5] = a[1], v[6] = a[2], v[7] = a[3];
+    shuffle(v);
+    shuffle(v);
+    shuffle(v);
+    auto *p = reinterpret_cast<__m256i *>(out);
+    _mm256_storeu_si256(p, v[0]);
+    _mm256_storeu_si256(p + 1, v[1]);
+    _mm256_storeu_si256(p + 2, v[2]);
+    _mm256_storeu_si256(p + 3, v[3]);
+    _mm256_storeu_si256(p + 4, v[4]);
+    _mm256_storeu_si256(p + 5, v[5]);
+    _mm256_storeu_si256(p + 6, v[6]);
+    _mm256_storeu_si256(p + 7, v[7]);
 }
 
 } // namespace
@@ -151,17 +175,16 @@ void g28147_blocks_avx2(const uint32_t *rk, const uint32_t *kext, const uint8_t 
                         size_t blocks)
 {
     // Fewer are done before the table has been looked at.
-    constexpr size_t enough = 10;
+    constexpr size_t enough = 12;
     if (blocks < enough || !has_nibbles(kext)) {
         g28147_blocks_portable(rk, kext, in, out, blocks);
         return;
     }
     const NibbleTables tables = make_tables(kext);
-    constexpr size_t step = 2 * group;
-    for (; blocks >= step; blocks -= step, in += 2 * group_size, out += 2 * group_size)
+    for (; blocks >= group; blocks -= group, in += group_size, out += group_size)
         run(rk, tables, in, out);
     if (blocks > 0) {
-        alignas(64) uint8_t buffer[2 * group_size];
+        alignas(64) uint8_t buffer[group_size];
         const size_t rest = blocks * g28147_block;
         memcpy(buffer, in, rest);
         memset(buffer + rest, 0, sizeof buffer - rest);

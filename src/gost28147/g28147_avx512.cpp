@@ -1,10 +1,7 @@
 // GOST 28147-89 over independent blocks with AVX-512 VBMI, sixteen blocks in a pair of registers.
-//
-// All eight substitutions of four bits are two byte permutations of 64 entries: the place of a byte
-// in its word goes into the index above its nibble. No address depends on key or data.
-#include "gost28147/g28147_kernels.hpp"
-
+#include "gost28147/g28147_avx512.hpp"
 #include "base/wipe.hpp"
+#include "gost28147/g28147_kernels.hpp"
 
 #include <immintrin.h>
 
@@ -13,102 +10,6 @@
 namespace qal::gost {
 
 namespace {
-
-// The images of low and high nibbles, in their place in the byte, by place of the byte and nibble.
-struct NibbleTables {
-    __m512i low, high;
-};
-
-__m512i load(const void *p)
-{
-    return _mm512_loadu_si512(p);
-}
-
-__m512i splat(uint32_t word)
-{
-    return _mm512_set1_epi32(static_cast<int>(word));
-}
-
-// Where table t, 0 for the most significant byte, puts the image of a byte under a mask of its
-// bits.
-constexpr uint32_t rotated(int t, uint32_t bits)
-{
-    const uint32_t word = bits << (24 - 8 * t);
-    return word << 11 | word >> 21;
-}
-
-// Whether table t is that of two substitutions of four bits: entry b is entry b % 16 in the bits of
-// the low nibble's image, entry b - b % 16 in those of the high one's, and zero elsewhere.
-template<int t>
-[[gnu::always_inline]] inline __m512i differences(const uint32_t *kext)
-{
-    const uint32_t *table = kext + 256 * t;
-    const __m512i low = _mm512_and_si512(load(table), splat(rotated(t, 0x0f)));
-    __m512i found = _mm512_setzero_si512();
-    for (int n = 0; n < 16; n++) {
-        const __m512i expected = _mm512_ternarylogic_epi32(
-            low, splat(table[16 * n]), splat(rotated(t, 0xf0)), 0xf8); // low | (entry & mask)
-        found = _mm512_or_si512(found, _mm512_xor_si512(expected, load(table + 16 * n)));
-    }
-    return found;
-}
-
-bool has_nibbles(const uint32_t *kext)
-{
-    const __m512i found =
-        _mm512_or_si512(_mm512_or_si512(differences<0>(kext), differences<1>(kext)),
-                        _mm512_or_si512(differences<2>(kext), differences<3>(kext)));
-    return _mm512_test_epi32_mask(found, found) == 0;
-}
-
-// Sixteen words of table t as bytes, under a mask.
-template<int t>
-[[gnu::always_inline]] inline __m128i images(__m512i words, uint32_t mask)
-{
-    const __m512i bytes = _mm512_srli_epi32(_mm512_ror_epi32(words, 11), 24 - 8 * t);
-    return _mm512_cvtepi32_epi8(_mm512_and_si512(bytes, splat(mask)));
-}
-
-template<int t>
-[[gnu::always_inline]] inline __m128i low_images(const uint32_t *kext)
-{
-    return images<t>(load(kext + 256 * t), 0x0f);
-}
-
-template<int t>
-[[gnu::always_inline]] inline __m128i high_images(const uint32_t *kext)
-{
-    const __m512i every_16th =
-        _mm512_setr_epi32(0, 16, 32, 48, 64, 80, 96, 112, 128, 144, 160, 176, 192, 208, 224, 240);
-    return images<t>(_mm512_i32gather_epi32(every_16th, kext + 256 * t, 4), 0xf0);
-}
-
-__m512i joined(__m128i a, __m128i b, __m128i c, __m128i d)
-{
-    const __m512i low = _mm512_inserti32x4(_mm512_castsi128_si512(a), b, 1);
-    return _mm512_inserti32x4(_mm512_inserti32x4(low, c, 2), d, 3);
-}
-
-NibbleTables make_tables(const uint32_t *kext)
-{
-    // Byte 0 of a word is the least significant one, that of table 3.
-    return {
-        joined(low_images<3>(kext), low_images<2>(kext), low_images<1>(kext), low_images<0>(kext)),
-        joined(high_images<3>(kext), high_images<2>(kext), high_images<1>(kext),
-               high_images<0>(kext))};
-}
-
-[[gnu::always_inline]] inline __m512i round(__m512i a, __m512i b, __m512i key,
-                                            const NibbleTables &tables)
-{
-    const __m512i nibble = splat(0x0f0f0f0f), place = splat(0x30201000);
-    const __m512i sum = _mm512_add_epi32(a, key);
-    const __m512i low = _mm512_ternarylogic_epi32(place, sum, nibble, 0xf8);
-    const __m512i high = _mm512_ternarylogic_epi32(place, _mm512_srli_epi32(sum, 4), nibble, 0xf8);
-    const __m512i image = _mm512_or_si512(_mm512_permutexvar_epi8(low, tables.low),
-                                          _mm512_permutexvar_epi8(high, tables.high));
-    return _mm512_xor_si512(b, _mm512_rol_epi32(image, 11));
-}
 
 // N1 and N2 of sixteen blocks.
 struct Blocks {
@@ -133,40 +34,29 @@ struct Blocks {
     _mm512_storeu_si512(out + 64, _mm512_permutex2var_epi32(blocks.b, second, blocks.a));
 }
 
-[[gnu::always_inline]] inline void two_rounds(Blocks &x, const uint32_t *rk,
-                                              const NibbleTables &tables)
-{
-    x.b = round(x.a, x.b, splat(rk[0]), tables);
-    x.a = round(x.b, x.a, splat(rk[1]), tables);
-}
-
 constexpr size_t group = 16, group_size = group * g28147_block;
 
-// Four groups side by side: one waits for its permutations most of the time.
-void run_four(const uint32_t *rk, const NibbleTables &tables, const uint8_t *in, uint8_t *out)
+// n groups side by side: one waits for its permutations most of the time.
+template<size_t n>
+[[gnu::noinline]] void run(const uint32_t *rk, const NibbleTables &tables, const uint8_t *in,
+                           uint8_t *out)
 {
-    Blocks w = load_blocks(in), x = load_blocks(in + group_size),
-           y = load_blocks(in + 2 * group_size), z = load_blocks(in + 3 * group_size);
+    Blocks x[n];
+#pragma GCC unroll 16
+    for (size_t k = 0; k < n; k++)
+        x[k] = load_blocks(in + k * group_size);
 #pragma GCC unroll 1
     for (int i = 0; i < 32; i += 2) {
-        two_rounds(w, rk + i, tables);
-        two_rounds(x, rk + i, tables);
-        two_rounds(y, rk + i, tables);
-        two_rounds(z, rk + i, tables);
+#pragma GCC unroll 16
+        for (size_t k = 0; k < n; k++)
+            x[k].b = round(x[k].a, x[k].b, splat(rk[i]), tables);
+#pragma GCC unroll 16
+        for (size_t k = 0; k < n; k++)
+            x[k].a = round(x[k].b, x[k].a, splat(rk[i + 1]), tables);
     }
-    store_blocks(out, w);
-    store_blocks(out + group_size, x);
-    store_blocks(out + 2 * group_size, y);
-    store_blocks(out + 3 * group_size, z);
-}
-
-void run_one(const uint32_t *rk, const NibbleTables &tables, const uint8_t *in, uint8_t *out)
-{
-    Blocks w = load_blocks(in);
-#pragma GCC unroll 1
-    for (int i = 0; i < 32; i += 2)
-        two_rounds(w, rk + i, tables);
-    store_blocks(out, w);
+#pragma GCC unroll 16
+    for (size_t k = 0; k < n; k++)
+        store_blocks(out + k * group_size, x[k]);
 }
 
 } // namespace
@@ -181,20 +71,27 @@ void g28147_blocks_avx512(const uint32_t *rk, const uint32_t *kext, const uint8_
         return;
     }
     const NibbleTables tables = make_tables(kext);
-    for (; blocks >= 4 * group; blocks -= 4 * group, in += 4 * group_size, out += 4 * group_size)
-        run_four(rk, tables, in, out);
-    // Up to four groups, the last of them perhaps not full.
-    alignas(64) uint8_t buffer[4 * group_size];
+    constexpr size_t most = 8; // groups; more do not fit into the registers
+    for (; blocks >= most * group; blocks -= most * group) {
+        run<most>(rk, tables, in, out);
+        in += most * group_size;
+        out += most * group_size;
+    }
+    if (blocks == 0)
+        return;
+    // The rest, whose last group may not be full.
+    alignas(64) uint8_t buffer[most * group_size];
     const size_t rest = blocks * g28147_block;
     memcpy(buffer, in, rest);
-    if (blocks > 2 * group) {
-        memset(buffer + rest, 0, sizeof buffer - rest);
-        run_four(rk, tables, buffer, buffer);
-    } else {
-        memset(buffer + rest, 0, 2 * group_size - rest);
-        for (size_t at = 0; at < rest; at += group_size)
-            run_one(rk, tables, buffer + at, buffer + at);
-    }
+    memset(buffer + rest, 0, sizeof buffer - rest);
+    if (blocks > 4 * group)
+        run<most>(rk, tables, buffer, buffer);
+    else if (blocks > 2 * group)
+        run<4>(rk, tables, buffer, buffer);
+    else if (blocks > group)
+        run<2>(rk, tables, buffer, buffer);
+    else
+        run<1>(rk, tables, buffer, buffer);
     memcpy(out, buffer, rest);
     base::wipe(buffer, rest);
 }

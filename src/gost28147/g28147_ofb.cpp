@@ -18,12 +18,19 @@ namespace {
 constexpr uint8_t order[32] = {0, 1, 2, 3, 4, 5, 6, 7, 0, 1, 2, 3, 4, 5, 6, 7,
                                0, 1, 2, 3, 4, 5, 6, 7, 7, 6, 5, 4, 3, 2, 1, 0};
 
-// The next counters: N3 + C2 modulo 2^32, N4 + C1 modulo 2^32 - 1. The second sum ends at 2^32 - 1
-// where it reaches it, and the carry beyond is added at the other end.
-void next_counters(g28147_ofb_ctx *ctx)
+// The counters after n increments: N3 + n C2 modulo 2^32, N4 + n C1 modulo 2^32 - 1. The second sum
+// ends at 2^32 - 1 where it reaches it, and what is beyond is added at the other end. A multiple
+// added at once comes to the same, since no sum of these is zero.
+struct Counters {
+    uint32_t n3, n4;
+};
+
+[[gnu::always_inline]] inline Counters advanced(Counters from, uint32_t n)
 {
-    ctx->n3 += 0x01010101;
-    ctx->n4 += 0x01010104 + (ctx->n4 >= 0xfefefefc);
+    uint64_t n4 = from.n4 + n * uint64_t{0x01010104};
+    n4 = (n4 & 0xffffffff) + (n4 >> 32);
+    n4 = (n4 & 0xffffffff) + (n4 >> 32);
+    return {from.n3 + n * 0x01010101U, static_cast<uint32_t>(n4)};
 }
 
 size_t use_gamma(g28147_ofb_ctx *ctx, const uint8_t *in, uint8_t *out, size_t len)
@@ -73,11 +80,14 @@ void g28147_ofb_update(g28147_ofb_ctx *ctx, const uint8_t *in, uint8_t *out, siz
     while (len > 0) {
         const size_t needed = (len + g28147_block - 1) / g28147_block;
         const size_t blocks = needed < most ? needed : most;
+        const Counters begin = {ctx->n3, ctx->n4};
         for (size_t i = 0; i < blocks; i++) {
-            next_counters(ctx);
-            store_le32(gamma + g28147_block * i, ctx->n3);
-            store_le32(gamma + g28147_block * i + 4, ctx->n4);
+            const Counters next = advanced(begin, static_cast<uint32_t>(i + 1));
+            store_le64(gamma + g28147_block * i, uint64_t{next.n4} << 32 | next.n3);
         }
+        const Counters end = advanced(begin, static_cast<uint32_t>(blocks));
+        ctx->n3 = end.n3;
+        ctx->n4 = end.n4;
         g28147_blocks(ctx->rk, ctx->kext, gamma, gamma, blocks);
 
         const size_t piece = len < blocks * g28147_block ? len : blocks * g28147_block;

@@ -2,12 +2,10 @@
 #include "base/bytes.hpp"
 #include "base/uint128.hpp"
 #include "base/wipe.hpp"
-#include "gost28147/g28147_kernels.hpp"
-#include "gost28147/g28147_round.hpp"
+#include "gost28147/gr341194_kernels.hpp"
+#include "gost28147/gr341194_words.hpp"
 
 #include <qal/gr341194.h>
-
-#include <emmintrin.h>
 
 #include <string.h>
 
@@ -17,96 +15,6 @@ using namespace qal::gost;
 namespace {
 
 constexpr size_t block_size = 32;
-
-// C3; C2 and C4 are zero.
-constexpr uint64_t C3[4] = {0xff00ff00ff00ff00, 0x00ff00ff00ff00ff, 0xff0000ff00ffff00,
-                            0xff00ffff000000ff};
-
-struct Words {
-    uint64_t x[4];
-};
-
-Words load(const uint8_t *in)
-{
-    return {{load_le64(in), load_le64(in + 8), load_le64(in + 16), load_le64(in + 24)}};
-}
-
-void store(uint8_t *out, const Words &w)
-{
-    memcpy(out, w.x, sizeof w.x);
-}
-
-Words operator^(const Words &a, const Words &b)
-{
-    return {{a.x[0] ^ b.x[0], a.x[1] ^ b.x[1], a.x[2] ^ b.x[2], a.x[3] ^ b.x[3]}};
-}
-
-Words A(const Words &w)
-{
-    return {{w.x[1], w.x[2], w.x[3], w.x[0] ^ w.x[1]}};
-}
-
-// P: four words of eight bytes, taken byte by byte, first from each.
-void P(uint8_t *out, const Words &w)
-{
-    const __m128i low = _mm_unpacklo_epi8(_mm_cvtsi64_si128(static_cast<long long>(w.x[0])),
-                                          _mm_cvtsi64_si128(static_cast<long long>(w.x[1])));
-    const __m128i high = _mm_unpacklo_epi8(_mm_cvtsi64_si128(static_cast<long long>(w.x[2])),
-                                           _mm_cvtsi64_si128(static_cast<long long>(w.x[3])));
-    auto *p = reinterpret_cast<__m128i *>(out);
-    _mm_storeu_si128(p, _mm_unpacklo_epi16(low, high));
-    _mm_storeu_si128(p + 1, _mm_unpackhi_epi16(low, high));
-}
-
-// The four encryptions of a step side by side, each with its own key.
-void encrypt(uint8_t *s, const uint8_t *h, const uint32_t (&keys)[4][8], const uint32_t *kext)
-{
-    uint32_t a[4], b[4];
-    for (size_t n = 0; n < 4; n++) {
-        a[n] = load_le32(h + 8 * n);
-        b[n] = load_le32(h + 8 * n + 4);
-    }
-    const auto rounds = [&](size_t i, size_t j) {
-#pragma GCC unroll 4
-        for (size_t n = 0; n < 4; n++)
-            b[n] = g28147_f(a[n] + keys[n][i], b[n], kext);
-#pragma GCC unroll 4
-        for (size_t n = 0; n < 4; n++)
-            a[n] = g28147_f(b[n] + keys[n][j], a[n], kext);
-    };
-#pragma GCC unroll 1
-    for (int pass = 0; pass < 3; pass++) {
-        rounds(0, 1);
-        rounds(2, 3);
-        rounds(4, 5);
-        rounds(6, 7);
-    }
-    rounds(7, 6);
-    rounds(5, 4);
-    rounds(3, 2);
-    rounds(1, 0);
-    for (size_t n = 0; n < 4; n++) {
-        store_le32(s + 8 * n, b[n]); // the last round does not exchange the halves
-        store_le32(s + 8 * n + 4, a[n]);
-    }
-}
-
-// psi appends a word of 16 bits and drops the first. The words of a run of psi are one sequence.
-template<size_t n>
-[[gnu::always_inline]] inline void extend(uint16_t *w)
-{
-    for (size_t i = 0; i < n; i++)
-        w[16 + i] =
-            static_cast<uint16_t>(w[i] ^ w[i + 1] ^ w[i + 2] ^ w[i + 3] ^ w[i + 12] ^ w[i + 15]);
-}
-
-void add_to(uint16_t *w, const uint8_t *block)
-{
-    uint16_t words[16];
-    memcpy(words, block, sizeof words);
-    for (size_t i = 0; i < 16; i++)
-        w[i] ^= words[i];
-}
 
 } // namespace
 
@@ -143,63 +51,32 @@ void gr341194_md_add32(uint8_t *x, uint32_t v)
 
 uint8_t *gr341194_md_a(uint8_t *x)
 {
-    store(x, A(load(x)));
+    store_words(x, A(load_words(x)));
     return x;
 }
 
 uint8_t *gr341194_md_p(uint8_t *out, const uint8_t *in)
 {
-    P(out, load(in));
+    gr341194_transpose(out, in);
     return out;
 }
 
 void gr341194_md_psi(uint8_t *x, int n)
 {
-    uint16_t w[17];
-    memcpy(w, x, block_size);
-    for (; n > 0; n--) {
-        extend<1>(w);
-        memmove(w, w + 1, block_size);
-    }
-    memcpy(x, w, block_size);
-    wipe(w, sizeof w);
+    Words w = load_words(x);
+    for (; n > 0; n--)
+        psi(w);
+    store_words(x, w);
 }
 
 void gr341194_md_mix(uint8_t *out, const uint8_t *H, const uint8_t *M, const uint8_t *S)
 {
-    uint16_t w[16 + 12 + 1 + 61];
-    memcpy(w, S, block_size);
-    extend<12>(w);
-    add_to(w + 12, M);
-    extend<1>(w + 12);
-    add_to(w + 13, H);
-    extend<61>(w + 13);
-    memcpy(out, w + 74, block_size);
-    wipe(w, sizeof w);
+    store_words(out, mixed(load_words(H), load_words(M), load_words(S)));
 }
 
 void gr341194_md_x(gr341194_md_ctx *ctx, const uint8_t *block)
 {
-    struct {
-        uint32_t keys[4][8];
-        uint8_t S[block_size];
-    } secret;
-    Words U = load(ctx->H), V = load(block);
-    P(reinterpret_cast<uint8_t *>(secret.keys[0]), U ^ V);
-    for (size_t n = 1; n < 4; n++) {
-        U = A(U);
-        if (n == 2)
-            U = U ^ Words {
-                {
-                    C3[0], C3[1], C3[2], C3[3]
-                }
-            };
-        V = A(A(V));
-        P(reinterpret_cast<uint8_t *>(secret.keys[n]), U ^ V);
-    }
-    encrypt(secret.S, ctx->H, secret.keys, ctx->kext);
-    gr341194_md_mix(ctx->H, ctx->H, block, secret.S);
-    wipe(&secret, sizeof secret);
+    gr341194_steps(ctx->H, block, 1, ctx->kext);
 }
 
 gr341194_md_ctx *gr341194_md_init_ext(gr341194_md_ctx *ctx, const uint8_t *iv, const uint32_t *kext)
@@ -212,8 +89,8 @@ gr341194_md_ctx *gr341194_md_init_ext(gr341194_md_ctx *ctx, const uint8_t *iv, c
 
 void gr341194_md_updblocks(gr341194_md_ctx *ctx, const uint8_t *data, size_t len)
 {
+    gr341194_steps(ctx->H, data, len / block_size, ctx->kext);
     for (; len >= block_size; len -= block_size, data += block_size) {
-        gr341194_md_x(ctx, data);
         gr341194_md_add32(ctx->L, 8 * block_size);
         gr341194_md_add256(ctx->sigma, data);
     }
@@ -243,15 +120,17 @@ uint8_t *gr341194_md_final(gr341194_md_ctx *ctx, uint8_t *out)
 {
     const size_t pending = ctx->npending;
     gr341194_md_add32(ctx->L, static_cast<uint32_t>(8 * pending));
-    if (pending > 0) {
-        uint8_t last[block_size] = {};
-        memcpy(last, ctx->buffer, pending);
+    // The last bytes, the length and the sum are one run of steps.
+    uint8_t blocks[3 * block_size] = {};
+    uint8_t *const last = blocks, *const length = blocks + block_size,
+                   *const sum = blocks + 2 * block_size;
+    memcpy(last, ctx->buffer, pending);
+    if (pending > 0)
         gr341194_md_add256(ctx->sigma, last);
-        gr341194_md_x(ctx, last);
-        wipe(last, sizeof last);
-    }
-    gr341194_md_x(ctx, ctx->L);
-    gr341194_md_x(ctx, ctx->sigma);
+    memcpy(length, ctx->L, block_size);
+    memcpy(sum, ctx->sigma, block_size);
+    gr341194_steps(ctx->H, pending > 0 ? last : length, pending > 0 ? 3 : 2, ctx->kext);
+    wipe(blocks, sizeof blocks);
     memcpy(out, ctx->H, block_size);
     return out;
 }

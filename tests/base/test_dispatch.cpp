@@ -1,6 +1,7 @@
 // Which variant each dispatched name is bound to, under the build's cap, on this processor.
 #include "base/cpu.hpp"
 #include "gost28147/g28147_kernels.hpp"
+#include "gost28147/gr341194_kernels.hpp"
 #include "ru/kuznyechik_kernels.hpp"
 #include "ru/streebog_kernels.hpp"
 
@@ -41,6 +42,7 @@ void expect_first_possible(Function *chosen, std::initializer_list<Choice<Functi
 
 namespace qal::gost {
 RESOLVER(g28147_blocks);
+RESOLVER(gr341194_steps);
 } // namespace qal::gost
 namespace qal::ru {
 RESOLVER(kuznyechik_block_dec);
@@ -58,6 +60,8 @@ TEST(Dispatch, Gost28147)
     expect_first_possible(qal_resolve_g28147_blocks(), {{cpu_avx512, g28147_blocks_avx512},
                                                         {cpu_avx2, g28147_blocks_avx2},
                                                         {0, g28147_blocks_portable}});
+    expect_first_possible(qal_resolve_gr341194_steps(),
+                          {{cpu_avx512, gr341194_steps_avx512}, {0, gr341194_steps_portable}});
 }
 
 TEST(Dispatch, Kuznyechik)
