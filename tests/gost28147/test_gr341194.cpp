@@ -144,9 +144,10 @@ TEST(Gr341194Kernels, StepsMatchTheModel)
         {"avx512", qal::base::cpu_avx512, gr341194_steps_avx512},
     };
     Random random;
-    for (const auto &[name, rows] : published_sboxes()) {
-        const HashModel model(rows);
-        const Table table = expanded(rows);
+    for (const auto &set : published_sboxes()) {
+        const std::string &name = set.first;
+        const HashModel model(set.second);
+        const Table table = expanded(set.second);
         for (size_t n = 0; n < 12; n++) {
             const Bytes h = random.bytes(32), blocks = random.runs(32 * n);
             Bytes expected = h;
