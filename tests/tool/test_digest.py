@@ -68,6 +68,22 @@ class Printing(program.ProgramTest):
                     )
                     self.assertEqual(ours.split()[0], theirs.split()[0])
 
+    def test_gost94_agrees_with_other_programs(self):
+        for size in (0, 1, 31, 32, 33, 300_000):
+            name = self.write(f"file{size}", os.urandom(size))
+            with self.subTest(size):
+                ours = self.qal("digest", "-a", "gost94", name).stdout
+                self.assertEqual(ours, self.run_peer("rhash", "--gost94-cryptopro", name))
+                if size > 0:  # where the engine's answer is not the published one
+                    theirs = self.run_peer(
+                        "openssl", "dgst", "-engine", "gost", "-r", "-md_gost94", name
+                    )
+                    self.assertEqual(ours.split()[0], theirs.split()[0])
+                tagged = self.qal("digest", "-a", "gost94", "--tag", name).stdout
+                self.assertTrue(tagged.startswith(b"GOST94 ("))
+                self.qal("digest", "--check", stdin=tagged)
+                self.qal("digest", "--check", "-a", "gost94", stdin=ours)
+
     def test_names_with_special_characters(self):
         names = {
             b"with space": b"with space",

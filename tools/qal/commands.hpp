@@ -5,6 +5,8 @@
 
 namespace qal::tool {
 
+void add_cipher(CLI::App &app, int &status);
 void add_digest(CLI::App &app, int &status);
+void add_mac(CLI::App &app, int &status);
 
 } // namespace qal::tool

@@ -39,6 +39,23 @@ private:
     int fd_;
 };
 
+// Where results go: standard output as it comes, or a file that appears, or replaces another, only
+// when everything is in it.
+class Output {
+public:
+    explicit Output(const std::string &name); // "-" is standard output; throws FileError
+    Output(const Output &) = delete;
+    Output &operator=(const Output &) = delete;
+    ~Output(); // without commit() before, nothing has happened
+
+    void write(const uint8_t *data, size_t size);
+    void commit();
+
+private:
+    std::string name_, temporary_; // temporary_ is empty for standard output and after commit()
+    int fd_;
+};
+
 // The length of a regular file; nothing for others and for what cannot be looked at.
 std::optional<uint64_t> length_of(const std::string &name);
 

@@ -1,5 +1,6 @@
 #include "hash.hpp"
 
+#include <qal/gr341194.h>
 #include <qal/streebog.h>
 
 namespace qal::tool {
@@ -29,6 +30,26 @@ private:
 using Streebog512 = Streebog<64, streebog512_init, streebog512_update, streebog512_final>;
 using Streebog256 = Streebog<32, streebog256_init, streebog256_update, streebog256_final>;
 
+class Gost94 : public Hash {
+public:
+    Gost94() { gr341194_md_init_ext(&ctx_, CryptoPro_iv, CryptoPro_uz); }
+
+    void update(const uint8_t *data, size_t length) override
+    {
+        gr341194_md_update(&ctx_, data, length);
+    }
+
+    Bytes finish() override
+    {
+        Bytes digest(32);
+        gr341194_md_final(&ctx_, digest.data());
+        return digest;
+    }
+
+private:
+    gr341194_md_ctx ctx_;
+};
+
 template<typename Algorithm>
 std::unique_ptr<Hash> start()
 {
@@ -38,6 +59,7 @@ std::unique_ptr<Hash> start()
 constexpr HashAlgorithm algorithms[] = {
     {"streebog-512", "STREEBOG-512", 64, start<Streebog512>},
     {"streebog-256", "STREEBOG-256", 32, start<Streebog256>},
+    {"gost94", "GOST94", 32, start<Gost94>},
 };
 
 } // namespace

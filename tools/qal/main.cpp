@@ -20,6 +20,8 @@ int run(int argc, char **argv)
 
     int status = exit_success;
     add_digest(app, status);
+    add_mac(app, status);
+    add_cipher(app, status);
     try {
         app.parse(marked_arguments(argc, argv));
     } catch (const CLI::ParseError &error) {

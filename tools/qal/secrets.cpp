@@ -1,0 +1,127 @@
+#include "secrets.hpp"
+
+#include "errors.hpp"
+
+#include <fcntl.h>
+#include <string.h>
+#include <unistd.h>
+
+#include <array>
+#include <stdexcept>
+
+namespace qal::tool {
+
+namespace {
+
+// A few lines of text at most; erased at the end.
+struct Text {
+    std::array<char, 4096> characters{};
+    size_t size = 0;
+
+    ~Text() { explicit_bzero(characters.data(), characters.size()); }
+};
+
+void read_all(int fd, const std::string &name, Text &text)
+{
+    for (;;) {
+        const ssize_t n =
+            ::read(fd, text.characters.data() + text.size, text.characters.size() - text.size);
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n < 0)
+            throw FileError(name, errno);
+        if (n == 0)
+            return;
+        text.size += static_cast<size_t>(n);
+        if (text.size == text.characters.size())
+            throw std::runtime_error(name + ": too long");
+    }
+}
+
+int digit_value(char c)
+{
+    if (c >= '0' && c <= '9')
+        return c - '0';
+    if (c >= 'a' && c <= 'f')
+        return c - 'a' + 10;
+    if (c >= 'A' && c <= 'F')
+        return c - 'A' + 10;
+    return -1;
+}
+
+} // namespace
+
+Secret::~Secret()
+{
+    if (!bytes_.empty())
+        explicit_bzero(bytes_.data(), bytes_.size());
+}
+
+SecretSource::SecretSource(CLI::App &command, std::string what, bool required)
+    : what_(std::move(what))
+{
+    CLI::Option_group *group = command.add_option_group(what_);
+    file_option_ = group
+                       ->add_option("--" + what_ + "-file", file_,
+                                    "File with the " + what_ + " in hexadecimal")
+                       ->type_name("FILE");
+    descriptor_option_ = group
+                             ->add_option("--" + what_ + "-fd", descriptor_,
+                                          "Descriptor to read the " + what_ + " from, likewise")
+                             ->type_name("N")
+                             ->check(CLI::NonNegativeNumber);
+    if (required)
+        group->require_option(1);
+    else
+        group->require_option(0, 1);
+}
+
+bool SecretSource::given() const
+{
+    return file_option_->count() + descriptor_option_->count() > 0;
+}
+
+Secret SecretSource::read(size_t size) const
+{
+    const bool by_descriptor = descriptor_option_->count() > 0;
+    const std::string name =
+        what_ +
+        (by_descriptor ? " (descriptor " + std::to_string(descriptor_) + ")" : " file " + file_);
+    Text text;
+    if (by_descriptor) {
+        read_all(descriptor_, name, text);
+    } else {
+        const int fd = ::open(file_.c_str(), O_RDONLY | O_CLOEXEC);
+        if (fd < 0)
+            throw FileError(name, errno);
+        try {
+            read_all(fd, name, text);
+        } catch (...) {
+            ::close(fd);
+            throw;
+        }
+        ::close(fd);
+    }
+
+    Secret secret(size);
+    size_t digits = 0;
+    for (size_t i = 0; i < text.size; i++) {
+        const char c = text.characters[i];
+        if (c == ' ' || c == '\n' || c == '\r' || c == '\t')
+            continue;
+        const int value = digit_value(c);
+        if (value < 0 || digits == 2 * size) {
+            digits = 0;
+            break;
+        }
+        uint8_t &byte = secret.data()[digits / 2];
+        byte = static_cast<uint8_t>(byte << 4 | value);
+        digits++;
+    }
+    if (digits != 2 * size)
+        throw std::runtime_error(name + ": not " + std::to_string(2 * size) +
+                                 " hexadecimal digits");
+    return secret;
+}
+
+} // namespace qal::tool
