@@ -14,7 +14,7 @@ std::string to_hex(std::span<const uint8_t> bytes)
     return text;
 }
 
-static int value_of(char digit)
+int hex_value(char digit)
 {
     if (digit >= '0' && digit <= '9')
         return digit - '0';
@@ -32,7 +32,7 @@ std::optional<Bytes> from_hex(std::string_view text)
     Bytes bytes;
     bytes.reserve(text.size() / 2);
     for (size_t i = 0; i < text.size(); i += 2) {
-        const int high = value_of(text[i]), low = value_of(text[i + 1]);
+        const int high = hex_value(text[i]), low = hex_value(text[i + 1]);
         if (high < 0 || low < 0)
             return std::nullopt;
         bytes.push_back(static_cast<uint8_t>(high << 4 | low));

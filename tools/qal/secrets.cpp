@@ -38,17 +38,6 @@ void read_all(int fd, const std::string &name, Text &text)
     }
 }
 
-int digit_value(char c)
-{
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    if (c >= 'a' && c <= 'f')
-        return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F')
-        return c - 'A' + 10;
-    return -1;
-}
-
 } // namespace
 
 Secret::~Secret()
@@ -109,7 +98,7 @@ Secret SecretSource::read(size_t size) const
         const char c = text.characters[i];
         if (c == ' ' || c == '\n' || c == '\r' || c == '\t')
             continue;
-        const int value = digit_value(c);
+        const int value = hex_value(c);
         if (value < 0 || digits == 2 * size) {
             digits = 0;
             break;
