@@ -1,8 +1,9 @@
 // The block cipher of GOST 28147-89 (RFC 5830): its tables and its cycles.
 #include <qal/g28147.h>
 
-#include "gost28147/cryptopro_sbox.hpp"
+#include "base/lists.hpp"
 #include "gost28147/g28147_round.hpp"
+#include "gost28147/g28147_sbox.hpp"
 
 #include <stddef.h>
 
@@ -14,17 +15,9 @@ static consteval uint32_t cryptopro_entry(int t, int b)
     return g28147_entry(t, cryptopro_rows[7 - 2 * t][b >> 4], cryptopro_rows[6 - 2 * t][b & 15]);
 }
 
-// An array's initialiser cannot come from a function, so its calls are spelt out here.
-#define LIST_4(t, b)                                                                               \
-    cryptopro_entry(t, b), cryptopro_entry(t, (b) + 1), cryptopro_entry(t, (b) + 2),               \
-        cryptopro_entry(t, (b) + 3)
-#define LIST_16(t, b) LIST_4(t, b), LIST_4(t, (b) + 4), LIST_4(t, (b) + 8), LIST_4(t, (b) + 12)
-#define LIST_64(t, b)                                                                              \
-    LIST_16(t, b), LIST_16(t, (b) + 16), LIST_16(t, (b) + 32), LIST_16(t, (b) + 48)
-#define LIST_256(t) LIST_64(t, 0), LIST_64(t, 64), LIST_64(t, 128), LIST_64(t, 192)
+#define TABLE(t) QAL_LIST_256(cryptopro_entry, t)
 
-alignas(64) const uint32_t CryptoPro_uz[1024] = {LIST_256(0), LIST_256(1), LIST_256(2),
-                                                 LIST_256(3)};
+alignas(64) const uint32_t CryptoPro_uz[1024] = {TABLE(0), TABLE(1), TABLE(2), TABLE(3)};
 
 #define FORWARD 0, 1, 2, 3, 4, 5, 6, 7
 #define BACKWARD 7, 6, 5, 4, 3, 2, 1, 0

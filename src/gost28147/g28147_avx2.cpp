@@ -2,6 +2,7 @@
 // holds one byte of all blocks, so that a substitution of four bits is one byte shuffle. No address
 // depends on key or data.
 #include "gost28147/g28147_kernels.hpp"
+#include "gost28147/g28147_sbox.hpp"
 
 #include "base/wipe.hpp"
 
@@ -30,14 +31,6 @@ __m256i splat(uint32_t word)
     return _mm256_set1_epi32(static_cast<int>(word));
 }
 
-// Where table t, 0 for the most significant byte, puts the image of a byte under a mask of its
-// bits.
-constexpr uint32_t rotated(int t, uint32_t bits)
-{
-    const uint32_t word = bits << (24 - 8 * t);
-    return word << 11 | word >> 21;
-}
-
 // Whether each table is that of two substitutions of four bits: entry b is entry b % 16 in the bits
 // of the low nibble's image, entry b - b % 16 in those of the high one's, and zero elsewhere.
 bool has_nibbles(const uint32_t *kext)
@@ -45,11 +38,11 @@ bool has_nibbles(const uint32_t *kext)
     __m256i found = _mm256_setzero_si256();
     for (int t = 0; t < 4; t++) {
         const uint32_t *table = kext + 256 * t;
-        const __m256i low_mask = splat(rotated(t, 0x0f));
+        const __m256i low_mask = splat(g28147_rotated(t, 0x0f));
         const __m256i low0 = _mm256_and_si256(load(table), low_mask);
         const __m256i low8 = _mm256_and_si256(load(table + 8), low_mask);
         for (int n = 0; n < 16; n++) {
-            const __m256i high = splat(table[16 * n] & rotated(t, 0xf0));
+            const __m256i high = splat(table[16 * n] & g28147_rotated(t, 0xf0));
             found = _mm256_or_si256(
                 found, _mm256_xor_si256(_mm256_or_si256(low0, high), load(table + 16 * n)));
             found = _mm256_or_si256(

@@ -3,7 +3,7 @@
 // its nibble. No address depends on key or data.
 #pragma once
 
-#include "gost28147/cryptopro_sbox.hpp"
+#include "gost28147/g28147_sbox.hpp"
 
 #include <immintrin.h>
 
@@ -28,25 +28,18 @@ __m512i splat(uint32_t word)
     return _mm512_set1_epi32(static_cast<int>(word));
 }
 
-// Where table t, 0 for the most significant byte, puts the image of a byte under a mask of its
-// bits.
-constexpr uint32_t rotated(int t, uint32_t bits)
-{
-    const uint32_t word = bits << (24 - 8 * t);
-    return word << 11 | word >> 21;
-}
-
 // Whether table t is that of two substitutions of four bits: entry b is entry b % 16 in the bits of
 // the low nibble's image, entry b - b % 16 in those of the high one's, and zero elsewhere.
 template<int t>
 [[gnu::always_inline]] inline __m512i differences(const uint32_t *kext)
 {
     const uint32_t *table = kext + 256 * t;
-    const __m512i low = _mm512_and_si512(load(table), splat(rotated(t, 0x0f)));
+    const __m512i low = _mm512_and_si512(load(table), splat(g28147_rotated(t, 0x0f)));
     __m512i found = _mm512_setzero_si512();
     for (int n = 0; n < 16; n++) {
-        const __m512i expected = _mm512_ternarylogic_epi32(
-            low, splat(table[16 * n]), splat(rotated(t, 0xf0)), 0xf8); // low | (entry & mask)
+        const __m512i expected =
+            _mm512_ternarylogic_epi32(low, splat(table[16 * n]), splat(g28147_rotated(t, 0xf0)),
+                                      0xf8); // low | (entry & mask)
         found = _mm512_or_si512(found, _mm512_xor_si512(expected, load(table + 16 * n)));
     }
     return found;

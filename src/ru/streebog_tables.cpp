@@ -1,6 +1,7 @@
 // Streebog's exported tables, computed by the compiler from the standard's definitions.
 #include <qal/streebog.h>
 
+#include "base/lists.hpp"
 #include "ru/pi.hpp"
 #include "ru/streebog_matrix.hpp"
 
@@ -16,19 +17,13 @@ static consteval uint64_t lp(int i, int x)
     return image;
 }
 
-// An array's initialiser cannot come from a function, so its calls are spelt out here.
-#define LIST_4(f, i, k) f(i, (k)), f(i, (k) + 1), f(i, (k) + 2), f(i, (k) + 3)
-#define LIST_16(f, i, k)                                                                           \
-    LIST_4(f, i, k), LIST_4(f, i, (k) + 4), LIST_4(f, i, (k) + 8), LIST_4(f, i, (k) + 12)
-#define LIST_64(f, i, k)                                                                           \
-    LIST_16(f, i, k), LIST_16(f, i, (k) + 16), LIST_16(f, i, (k) + 32), LIST_16(f, i, (k) + 48)
 #define LP_ROW(i)                                                                                  \
     {                                                                                              \
-        LIST_64(lp, i, 0), LIST_64(lp, i, 64), LIST_64(lp, i, 128), LIST_64(lp, i, 192)            \
+        QAL_LIST_256(lp, i)                                                                        \
     }
 #define C_ROW(i)                                                                                   \
     {                                                                                              \
-        LIST_64(streebog_c_byte, i, 0)                                                             \
+        QAL_LIST_64(streebog_c_byte, i)                                                            \
     }
 
 alignas(64) const uint64_t streebog_lp64[8][256] = {LP_ROW(0), LP_ROW(1), LP_ROW(2), LP_ROW(3),
