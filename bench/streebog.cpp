@@ -67,6 +67,10 @@ void add(const Bytes &message)
     });
     work.contender("qal-portable",
                    [&](uint8_t *out) { hash_with<streebog_blocks_portable, size>(out, message); });
+    work.contender_if(
+        qal::base::has_bits(qal::base::cpu_features(), qal::base::cpu_avx2 | qal::base::cpu_gfni),
+        "qal-avx2-gfni",
+        [&](uint8_t *out) { hash_with<streebog_blocks_avx2_gfni, size>(out, message); });
     work.contender_if(qal::base::cpu_features() & qal::base::cpu_avx512, "qal-avx512",
                       [&](uint8_t *out) { hash_with<streebog_blocks_avx512, size>(out, message); });
 #if QAL_BENCH_GCRYPT

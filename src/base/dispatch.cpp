@@ -70,6 +70,8 @@ QAL_DISPATCH(kuznyechik_ctr_blocks, {
 QAL_DISPATCH(streebog_blocks, {
     if (cpu & cpu_avx512)
         return streebog_blocks_avx512;
+    if (has_bits(cpu, cpu_avx2 | cpu_gfni))
+        return streebog_blocks_avx2_gfni;
     return streebog_blocks_portable;
 });
 
@@ -95,12 +97,16 @@ QAL_DISPATCH(kuzn_setup_keys, {
 QAL_DISPATCH(streebog_gN, {
     if (cpu & cpu_avx512)
         return streebog_gN_avx512;
+    if (has_bits(cpu, cpu_avx2 | cpu_gfni))
+        return streebog_gN_avx2_gfni;
     return streebog_gN_portable;
 });
 
 QAL_DISPATCH(streebog_lpsx64, {
     if (cpu & cpu_avx512)
         return streebog_lpsx64_avx512;
+    if (has_bits(cpu, cpu_avx2 | cpu_gfni))
+        return streebog_lpsx64_avx2_gfni;
     return streebog_lpsx64_portable;
 });
 }

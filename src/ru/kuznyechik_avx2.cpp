@@ -61,8 +61,8 @@ struct Vector : Avx2 {
         sum = add(doubled(sum), add(add(p85, pfb), p01));
         // Horner's rule takes long; the newest byte goes through two tables instead.
         const Type nibble = splat(0x0f0f0f0f), newest = b(0);
-        const Type low = look_up(times_94.low, both(newest, nibble));
-        const Type high = look_up(times_94.high, both(_mm256_srli_epi16(newest, 4), nibble));
+        const Type low = pi_look_up(times_94.low, both(newest, nibble));
+        const Type high = pi_look_up(times_94.high, both(_mm256_srli_epi16(newest, 4), nibble));
         return add(add(sum, low), high);
     }
 };

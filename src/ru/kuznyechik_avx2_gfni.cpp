@@ -9,32 +9,7 @@ namespace qal::ru {
 
 namespace {
 
-// From a byte to its coordinates l + 16 r, as a matrix.
-consteval uint64_t coordinates_matrix()
-{
-    const PiTables &t = pi_tables;
-    uint64_t matrix = 0;
-    for (unsigned b = 0; b < 8; b++) {
-        const unsigned at = 1U << b % 4;
-        const unsigned image = b < 4 ? t.l_low.byte[at] | 16U * t.r_low.byte[at]
-                                     : t.l_high.byte[at] | 16U * t.r_high.byte[at];
-        for (unsigned o = 0; o < 8; o++)
-            matrix |= static_cast<uint64_t>(image >> o & 1) << (8 * (7 - o) + b);
-    }
-    return matrix;
-}
-
 struct Vector : Avx2 {
-    static Type substitute(Type v)
-    {
-        constexpr uint64_t matrix = coordinates_matrix();
-        const Type nibble = splat(0x0f0f0f0f);
-        const Type both_of_them =
-            _mm256_gf2p8affine_epi64_epi8(v, _mm256_set1_epi64x(static_cast<long long>(matrix)), 0);
-        return image_of(both(both_of_them, nibble),
-                        both(_mm256_srli_epi16(both_of_them, 4), nibble));
-    }
-
     template<unsigned constant>
     static Type times(Type v)
     {

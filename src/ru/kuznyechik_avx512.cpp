@@ -1,5 +1,6 @@
 // Kuznyechik with AVX-512 VBMI and GFNI: 64 blocks at a time in counter mode, and single blocks in
 // one register. No address and no branch depends on key or data.
+#include "base/gfni.hpp"
 #include "ru/kuznyechik_gfni.hpp"
 #include "ru/kuznyechik_kernels.hpp"
 #include "ru/kuznyechik_sliced.hpp"
@@ -138,15 +139,6 @@ constexpr Isomorphism make_isomorphism()
     return phi;
 }
 
-constexpr uint64_t matrix_of(const uint8_t (&map)[256])
-{
-    uint64_t matrix = 0;
-    for (unsigned b = 0; b < 8; b++)
-        for (unsigned o = 0; o < 8; o++)
-            matrix |= static_cast<uint64_t>(map[1U << b] >> o & 1) << (8 * (7 - o) + b);
-    return matrix;
-}
-
 struct alignas(64) Constants {
     Table256 substitution, inverse;         // phi pi phi^-1 and its inverse
     uint8_t rotate[4][64];                  // lane n of register k: rotated by 4k + n
@@ -158,8 +150,8 @@ consteval Constants make_constants()
 {
     const Isomorphism iso = make_isomorphism();
     Constants t{};
-    t.phi = matrix_of(iso.image);
-    t.phi_inverse = matrix_of(iso.origin);
+    t.phi = base::gfni_matrix([&](unsigned b) { return iso.image[1U << b]; });
+    t.phi_inverse = base::gfni_matrix([&](unsigned b) { return iso.origin[1U << b]; });
     for (unsigned x = 0; x < 256; x++) {
         const unsigned from = iso.image[x], to = iso.image[gost_pi[x]];
         t.substitution.part[from / 64][from % 64] = static_cast<uint8_t>(to);

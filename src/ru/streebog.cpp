@@ -1,5 +1,5 @@
 // Streebog: GOST R 34.11-2012, RFC 6986. Buffering, padding and the sums N and sigma; the
-// compression is in streebog_portable.cpp and its wide twin.
+// compression is in streebog_portable.cpp and its wide twins.
 #include "base/require.hpp"
 #include "base/wipe.hpp"
 #include "ru/streebog_kernels.hpp"

@@ -34,16 +34,8 @@ consteval Constants make_constants()
     for (int x = 0; x < 256; x++)
         k.pi[x / 64][x % 64] = gost_pi[x];
     for (int n = 0; n < 8; n++) {
-        for (int q = 0; q < 8; q++) {
-            const int i = q ^ (n & 3), r = q ^ (n & 4);
-            // Bit b of input byte i contributes row 63 - (8i + b) of A. The instruction takes the
-            // coefficients of output bit o from byte 7 - o.
-            for (int b = 0; b < 8; b++) {
-                const uint64_t image = streebog_a_row(63 - (8 * i + b)) >> (8 * r);
-                for (int o = 0; o < 8; o++)
-                    k.matrix[n][q] |= (image >> o & 1) << (8 * (7 - o) + b);
-            }
-        }
+        for (int q = 0; q < 8; q++)
+            k.matrix[n][q] = streebog_block(q ^ (n & 4), q ^ (n & 3));
     }
     for (int t = 0; t < 2; t++)
         for (int q = 0; q < 8; q++)

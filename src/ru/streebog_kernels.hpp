@@ -18,6 +18,10 @@ void streebog_blocks_portable(streebog_ctx *ctx, const uint8_t *blocks, size_t n
 void streebog_gN_portable(uint8_t *h, const uint8_t *m, const uint8_t *N);
 void streebog_lpsx64_portable(uint8_t *out, const uint8_t *a, const uint8_t *b);
 
+void streebog_blocks_avx2_gfni(streebog_ctx *ctx, const uint8_t *blocks, size_t n, uint64_t bits);
+void streebog_gN_avx2_gfni(uint8_t *h, const uint8_t *m, const uint8_t *N);
+void streebog_lpsx64_avx2_gfni(uint8_t *out, const uint8_t *a, const uint8_t *b);
+
 void streebog_blocks_avx512(streebog_ctx *ctx, const uint8_t *blocks, size_t n, uint64_t bits);
 void streebog_gN_avx512(uint8_t *h, const uint8_t *m, const uint8_t *N);
 void streebog_lpsx64_avx512(uint8_t *out, const uint8_t *a, const uint8_t *b);

@@ -2,6 +2,8 @@
 // in the forms from which every Streebog kernel's tables are computed by the compiler.
 #pragma once
 
+#include "base/gfni.hpp"
+
 #include <stdint.h>
 
 namespace qal::ru {
@@ -17,14 +19,14 @@ inline constexpr uint64_t streebog_a8[8] = {
 };
 
 // x * b for each byte b of the word: x^8 = x^6 + x^5 + x^4 + 1 is 0x8e in the mirrored order.
-consteval uint64_t streebog_mulx(uint64_t bytes)
+constexpr uint64_t streebog_mulx(uint64_t bytes)
 {
     const uint64_t low = 0x0101010101010101;
     return ((bytes >> 1) & ~(low << 7)) ^ (bytes & low) * 0x8e;
 }
 
 // Row n of A, n = 0..63: the image under L of the word whose only bit is 63 - n.
-consteval uint64_t streebog_a_row(int n)
+constexpr uint64_t streebog_a_row(int n)
 {
     uint64_t row = streebog_a8[n / 8];
     for (int i = 0; i < n % 8; i++)
@@ -35,6 +37,15 @@ consteval uint64_t streebog_a_row(int n)
 static_assert(streebog_a_row(0) == 0x8e20faa72ba0b470 && streebog_a_row(1) == 0x47107ddd9b505a38);
 static_assert(streebog_a_row(7) == 0x83478b07b2468764 && streebog_a_row(8) == 0xa011d380818e8f40);
 static_assert(streebog_a_row(56) == 0x70a6a56e2440598e && streebog_a_row(63) == 0x641c314b2b8ee083);
+
+// The 8x8 block of A by which byte i of a word contributes to byte r of its image, for
+// GF2P8AFFINEQB.
+consteval uint64_t streebog_block(int r, int i)
+{
+    return base::gfni_matrix([=](unsigned b) {
+        return streebog_a_row(63 - (8 * i + static_cast<int>(b))) >> (8 * r) & 0xff;
+    });
+}
 
 // C1..C12, most significant word first, as the standard prints them.
 inline constexpr uint64_t streebog_c_words[12][8] = {

@@ -85,9 +85,14 @@ TEST(Dispatch, Streebog)
 {
     using namespace qal::ru;
     expect_first_possible(qal_resolve_streebog_blocks(),
-                          {{cpu_avx512, streebog_blocks_avx512}, {0, streebog_blocks_portable}});
-    expect_first_possible(qal_resolve_streebog_gN(),
-                          {{cpu_avx512, streebog_gN_avx512}, {0, streebog_gN_portable}});
+                          {{cpu_avx512, streebog_blocks_avx512},
+                           {cpu_avx2 | cpu_gfni, streebog_blocks_avx2_gfni},
+                           {0, streebog_blocks_portable}});
+    expect_first_possible(qal_resolve_streebog_gN(), {{cpu_avx512, streebog_gN_avx512},
+                                                      {cpu_avx2 | cpu_gfni, streebog_gN_avx2_gfni},
+                                                      {0, streebog_gN_portable}});
     expect_first_possible(qal_resolve_streebog_lpsx64(),
-                          {{cpu_avx512, streebog_lpsx64_avx512}, {0, streebog_lpsx64_portable}});
+                          {{cpu_avx512, streebog_lpsx64_avx512},
+                           {cpu_avx2 | cpu_gfni, streebog_lpsx64_avx2_gfni},
+                           {0, streebog_lpsx64_portable}});
 }

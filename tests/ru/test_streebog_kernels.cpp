@@ -76,16 +76,19 @@ using Blocks = void(streebog_ctx *, const uint8_t *, size_t, uint64_t);
 const std::vector<Variant<Lpsx>> lpsx_variants = {
     {"exported", 0, streebog_lpsx64},
     {"portable", 0, streebog_lpsx64_portable},
+    {"avx2_gfni", qal::base::cpu_avx2 | qal::base::cpu_gfni, streebog_lpsx64_avx2_gfni},
     {"avx512", qal::base::cpu_avx512, streebog_lpsx64_avx512},
 };
 const std::vector<Variant<Lpsx>> gN_variants = {
     {"exported", 0, streebog_gN},
     {"portable", 0, streebog_gN_portable},
+    {"avx2_gfni", qal::base::cpu_avx2 | qal::base::cpu_gfni, streebog_gN_avx2_gfni},
     {"avx512", qal::base::cpu_avx512, streebog_gN_avx512},
 };
 const std::vector<Variant<Blocks>> blocks_variants = {
     {"dispatched", 0, streebog_blocks},
     {"portable", 0, streebog_blocks_portable},
+    {"avx2_gfni", qal::base::cpu_avx2 | qal::base::cpu_gfni, streebog_blocks_avx2_gfni},
     {"avx512", qal::base::cpu_avx512, streebog_blocks_avx512},
 };
 
