@@ -1,5 +1,6 @@
 // The gamma mode, GOST 28147-89, section 3.
 #include "base/bytes.hpp"
+#include "base/gamma.hpp"
 #include "base/require.hpp"
 #include "base/wipe.hpp"
 #include "gost28147/g28147_kernels.hpp"
@@ -31,14 +32,6 @@ struct Counters {
     n4 = (n4 & 0xffffffff) + (n4 >> 32);
     n4 = (n4 & 0xffffffff) + (n4 >> 32);
     return {from.n3 + n * 0x01010101U, static_cast<uint32_t>(n4)};
-}
-
-size_t use_gamma(g28147_ofb_ctx *ctx, const uint8_t *in, uint8_t *out, size_t len)
-{
-    size_t used = 0;
-    for (; used < len && ctx->pos < g28147_block; used++)
-        out[used] = static_cast<uint8_t>(in[used] ^ ctx->gamma[ctx->pos++]);
-    return used;
 }
 
 } // namespace

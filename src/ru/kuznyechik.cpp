@@ -1,6 +1,7 @@
 // Kuznyechik: GOST R 34.12-2015, RFC 7801, and its counter mode, GOST R 34.13-2015. The cipher
 // itself is in kuznyechik_portable.cpp and its wide twins.
 #include "base/bytes.hpp"
+#include "base/gamma.hpp"
 #include "base/wipe.hpp"
 #include "ru/kuznyechik_kernels.hpp"
 
@@ -15,15 +16,6 @@ namespace {
 
 constexpr size_t block_size = 16;
 constexpr uint32_t encrypt = 1;
-
-// Takes what is left of the current block of the key stream; returns the number of bytes taken.
-size_t use_gamma(kuzn_ctr_ctx *ctx, const uint8_t *in, uint8_t *out, size_t len)
-{
-    size_t used = 0;
-    for (; used < len && ctx->pos < block_size; used++)
-        out[used] = static_cast<uint8_t>(in[used] ^ ctx->gamma[ctx->pos++]);
-    return used;
-}
 
 } // namespace
 
