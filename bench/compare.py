@@ -47,7 +47,10 @@ def times(report):
 
 
 def table(found):
-    """Rows (workload, size, contender, ns, best peer, ratio): growing sizes, the library first."""
+    """Rows (workload, size, contender, ns, peer, ratio): growing sizes, the library first.
+
+    Each contender of the library has a row for every peer, the fastest first; peers have one row.
+    """
     groups = defaultdict(dict)
     for name, rounds in found.items():
         workload, size, contender = name.split("/")
@@ -55,23 +58,31 @@ def table(found):
     rows = []
     by_cost = sorted(groups.items(), key=lambda group: (group[0][0], min(group[1].values())))
     for (workload, size), contenders in by_cost:
-        peers = {name: ns for name, ns in contenders.items() if not name.startswith("qal")}
-        best = min(peers, key=peers.get) if peers else None
-        for contender, ns in sorted(
-            contenders.items(), key=lambda item: (not item[0].startswith("qal"), item[1])
-        ):
-            ratio = peers[best] / ns if best else None
-            rows.append((workload, size, contender, ns, best, ratio))
+        ordered = sorted(contenders.items(), key=lambda item: item[1])
+        peers = [(name, ns) for name, ns in ordered if not name.startswith("qal")]
+        for contender, ns in ordered:
+            if contender.startswith("qal"):
+                for peer, peer_ns in peers or [(None, None)]:
+                    ratio = peer_ns / ns if peer else None
+                    rows.append((workload, size, contender, ns, peer, ratio))
+        rows += [(workload, size, peer, ns, None, None) for peer, ns in peers]
     return rows
 
 
 def show(rows, out):
-    previous = None
-    for workload, size, contender, ns, best, ratio in rows:
-        if (workload, size) != previous:
-            print(f"\n{workload}, {size}" + (f" (best of the others: {best})" if best else ""), file=out)
-            previous = workload, size
-        print(f"  {contender:<28}{ns:>14.1f} ns" + (f"{ratio:>9.2f}x" if ratio else ""), file=out)
+    """A line per contender; the library's with the ratio to each peer, the fastest peer first."""
+    heading = line = None
+    for workload, size, contender, ns, peer, ratio in rows:
+        if (workload, size) != heading:
+            print(f"\n{workload}, {size}", end="", file=out)
+            heading = workload, size
+            line = None
+        if contender != line:
+            print(f"\n  {contender:<22}{ns:>14.1f} ns", end="", file=out)
+            line = contender
+        if peer:
+            print(f"  {ratio:.2f}x {peer}", end="", file=out)
+    print(file=out)
 
 
 def main():
@@ -86,9 +97,12 @@ def main():
 
     found = {}
     for program in arguments.programs:
-        found |= run(
-            program, arguments.rounds, arguments.min_time, arguments.core, arguments.filter
-        )
+        try:
+            found |= run(
+                program, arguments.rounds, arguments.min_time, arguments.core, arguments.filter
+            )
+        except (OSError, subprocess.CalledProcessError) as error:
+            sys.exit(f"compare.py: {program}: {error}")
     if not found:
         sys.exit(f"compare.py: no benchmark matches '{arguments.filter}'")
     rows = table(found)
@@ -96,7 +110,7 @@ def main():
     if arguments.csv:
         with open(arguments.csv, "w", newline="") as file:
             writer = csv.writer(file)
-            writer.writerow(["workload", "size", "contender", "ns", "best_peer", "ratio"])
+            writer.writerow(["workload", "size", "contender", "ns", "peer", "ratio"])
             writer.writerows(rows)
         print(f"\nWritten to {arguments.csv}")
 

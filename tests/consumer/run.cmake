@@ -48,15 +48,13 @@ elseif(MODE STREQUAL "pkgconfig")
 
 elseif(MODE STREQUAL "absolute")
   # Distributions give absolute directories.
-  string(REPLACE " " "-" plain "${work}")
-  run(${CMAKE_COMMAND} -S "${SOURCE}" -B "${work}/qal" ${toolchain} "-DCMAKE_INSTALL_PREFIX=${plain}/usr"
-    "-DCMAKE_INSTALL_LIBDIR=${plain}/usr/lib64" "-DCMAKE_INSTALL_INCLUDEDIR=${plain}/usr/headers"
+  run(${CMAKE_COMMAND} -S "${SOURCE}" -B "${work}/qal" ${toolchain} "-DCMAKE_INSTALL_PREFIX=${work}/usr"
+    "-DCMAKE_INSTALL_LIBDIR=${work}/usr/lib64" "-DCMAKE_INSTALL_INCLUDEDIR=${work}/usr/headers"
     -DQAL_BUILD_TESTS=OFF -DQAL_BUILD_TOOL=OFF -DQAL_BUILD_EXAMPLES=OFF)
   run(${CMAKE_COMMAND} --build "${work}/qal" -j 2)
   run(${CMAKE_COMMAND} --install "${work}/qal")
-  by_pkg_config("${plain}/usr/lib64/pkgconfig" "${plain}/usr/lib64")
-  build_and_test("-DCMAKE_PREFIX_PATH=${plain}/usr" "-Dqal_DIR=${plain}/usr/lib64/cmake/qal")
-  file(REMOVE_RECURSE "${plain}")
+  by_pkg_config("${work}/usr/lib64/pkgconfig" "${work}/usr/lib64")
+  build_and_test("-DCMAKE_PREFIX_PATH=${work}/usr" "-Dqal_DIR=${work}/usr/lib64/cmake/qal")
 
 elseif(MODE STREQUAL "static")
   # Indirect functions in programs without a dynamic loader.
