@@ -201,7 +201,7 @@ __m512i out_of_field(__m512i v)
                                              __m512i key)
 {
     const auto product = [&](int k) {
-        return _mm512_gf2p8mul_epi8(_mm512_permutexvar_epi8(load(constants.rotate[k]), y),
+        return _mm512_gf2p8mul_epi8(_mm512_shuffle_epi8(y, load(constants.rotate[k])),
                                     load(coefficients[k]));
     };
     __m512i sum = add(add(product(0), product(1), product(2)), product(3));
