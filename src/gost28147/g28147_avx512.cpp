@@ -93,7 +93,7 @@ void g28147_blocks_avx512(const uint32_t *rk, const uint32_t *kext, const uint8_
     else
         run<1>(rk, tables, buffer, buffer);
     memcpy(out, buffer, rest);
-    base::wipe(buffer, rest);
+    base::wipe(buffer, sizeof buffer);
 }
 
 } // namespace qal::gost

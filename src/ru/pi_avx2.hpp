@@ -83,16 +83,15 @@ consteval PiTables make_pi_tables()
         t.log.byte[n] = n ? static_cast<uint8_t>(log[element[n]] / 17) : no_log;
         t.log_inverse.byte[n] = n ? static_cast<uint8_t>((15 - log[element[n]] / 17) % 15) : no_log;
     }
-    // g^i h^j of another coset i: the two of its elements' images differ by offsets, and
-    // h^s(j) is what the image adds to kappa.
-    const auto image_of = [&](int i) {
-        // sum over j of h^s(j) is 0, so the sum of fifteen images is kappa itself
+    // kappa of a coset beside the subfield: its fifteen images are kappa plus each unit of GF(16),
+    // and the units add up to 0.
+    const auto kappa_of = [&](int i) {
         uint8_t sum = 0;
         for (int j = 0; j < 15; j++)
             sum ^= gost_pi[exp[(i + 17 * j) % 255]];
         return sum;
     };
-    t.constant = image_of(1); // l = 0: x = r g, coset 1
+    t.constant = kappa_of(1); // l = 0: x = r g, coset 1
     for (int j = 0; j < 15; j++)
         t.offset.byte[j] = static_cast<uint8_t>(gost_pi[exp[(1 + 17 * j) % 255]] ^ t.constant);
     for (int u = 0; u < 15; u++) {
@@ -100,7 +99,7 @@ consteval PiTables make_pi_tables()
         const int e = log[exp[17 * u] ^ exp[1]];
         // Coset i begins at g^i, i = 1..16.
         const int i = e % 17;
-        t.image.byte[u] = static_cast<uint8_t>(image_of(i) ^ t.constant);
+        t.image.byte[u] = static_cast<uint8_t>(kappa_of(i) ^ t.constant);
         t.distance.byte[u] = static_cast<uint8_t>((e - i) / 17 % 15);
     }
     for (unsigned l = 0; l < 16; l++)
