@@ -2,6 +2,7 @@
 #ifndef QAL_BASE_BYTES_HPP
 #define QAL_BASE_BYTES_HPP
 
+#include <emmintrin.h>
 #include <stddef.h>
 #include <stdint.h>
 #include <string.h>
@@ -51,11 +52,10 @@ static inline void store_le64(uint8_t *out, uint64_t value)
 static inline void xor_bytes(uint8_t *out, const uint8_t *a, const uint8_t *b, size_t size)
 {
     size_t i = 0;
-    for (; i + 64 <= size; i += 64) { // of a fixed length, which compilers turn into vectors
-        uint64_t words[8];
-        for (size_t k = 0; k < 8; k++)
-            words[k] = load_le64(a + i + 8 * k) ^ load_le64(b + i + 8 * k);
-        memcpy(out + i, words, sizeof words);
+    for (; i + 16 <= size; i += 16) {
+        const __m128i x = _mm_loadu_si128(reinterpret_cast<const __m128i *>(a + i));
+        const __m128i y = _mm_loadu_si128(reinterpret_cast<const __m128i *>(b + i));
+        _mm_storeu_si128(reinterpret_cast<__m128i *>(out + i), _mm_xor_si128(x, y));
     }
     for (; i < size; i++)
         out[i] = static_cast<uint8_t>(a[i] ^ b[i]);
