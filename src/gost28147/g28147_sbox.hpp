@@ -18,15 +18,17 @@ inline constexpr uint8_t cryptopro_rows[8][16] = {
     {0x1, 0x3, 0xa, 0x9, 0x5, 0xb, 0x4, 0xf, 0x8, 0x6, 0x7, 0xe, 0xd, 0x0, 0x2, 0xc},
 };
 
+// Of internal linkage, since files with flags of their own include them.
+
 // Where table t, 0 for the most significant byte, puts the bits of a byte's image.
-constexpr uint32_t g28147_rotated(int t, uint32_t bits)
+[[maybe_unused]] static constexpr uint32_t g28147_rotated(int t, uint32_t bits)
 {
     const uint32_t word = bits << (24 - 8 * t);
     return word << 11 | word >> 21;
 }
 
 // What table t has for a byte whose nibbles go to high and low.
-constexpr uint32_t g28147_entry(int t, uint32_t high, uint32_t low)
+[[maybe_unused]] static constexpr uint32_t g28147_entry(int t, uint32_t high, uint32_t low)
 {
     return g28147_rotated(t, high << 4 | low);
 }
