@@ -8,8 +8,8 @@
  * standard's building blocks. Nothing is checked: pointers must be valid.
  *
  * Timing: on processors with AVX-512 VBMI the hash with #CryptoPro_uz depends on the length of the
- * message alone. Elsewhere, and for short messages with another table, the table is read at addresses
- * that depend on the message.
+ * message alone. Elsewhere, and for short messages with another table, the table is read at
+ * addresses that depend on the message.
  */
 #ifndef QAL_GR341194_H
 #define QAL_GR341194_H

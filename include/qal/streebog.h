@@ -9,8 +9,8 @@
  * standard and RFC 6986 print their values most significant byte first: reverse the string to
  * compare. Where a value is an array of 64-bit words, word 0 is the least significant.
  *
- * Timing: on processors with AVX2 and GFNI all operations depend on the length of the message alone.
- * Elsewhere the hash reads its tables at addresses that depend on the message.
+ * Timing: on processors with AVX2 and GFNI all operations depend on the length of the message
+ * alone. Elsewhere the hash reads its tables at addresses that depend on the message.
  */
 #ifndef QAL_STREEBOG_H
 #define QAL_STREEBOG_H
