@@ -9,6 +9,7 @@
 #include <qal/g28147.h>
 #include <qal/gr341194.h>
 #include <qal/kuzn.h>
+#include <qal/qalmath64.h>
 #include <qal/streebog.h>
 
 #endif

@@ -59,6 +59,10 @@ AT(kuzn_ctr_ctx, pos, 192);
 static_assert(sizeof kuz_pi == 256 && sizeof kuz_pi_inv == 256, "kuz_pi");
 static_assert(sizeof tab_0x94 == 256 && sizeof tab_0xFB == 256, "tab_0x94");
 
+static_assert(sizeof(qald) == 8 && QALBIG_SIZE == 131, "qald");
+static_assert(sizeof QALBIG_ZERO == 8 && sizeof QALBIG_ONE == 16, "QALBIG_ZERO");
+static_assert(sizeof QALBIG_TWO == 16 && sizeof QALBIG_THREE == 16, "QALBIG_TWO");
+
 static_assert(sizeof(streebog_ctx) == 264, "streebog_ctx");
 AT(streebog_ctx, N, 0);
 AT(streebog_ctx, h, 64);

@@ -1,0 +1,121 @@
+// Multiprecision integers of the library and of GMP.
+#ifndef QAL_TESTS_SUPPORT_NUMBERS_HPP
+#define QAL_TESTS_SUPPORT_NUMBERS_HPP
+
+#include "support/bytes.hpp"
+
+#include <qal/qalmath64.h>
+
+#include <gmpxx.h>
+
+#include <cstring>
+#include <memory>
+#include <vector>
+
+namespace qal::test {
+
+// A page between two inaccessible ones, out of a store: numbers come and go by the million.
+class GuardedPage {
+public:
+    static constexpr size_t size = 4096;
+
+    GuardedPage()
+    {
+        if (store().empty())
+            store().push_back(std::make_unique<GuardedBytes>(size));
+        page_ = std::move(store().back());
+        store().pop_back();
+    }
+    GuardedPage(const GuardedPage &) = delete;
+    GuardedPage &operator=(const GuardedPage &) = delete;
+    ~GuardedPage() { store().push_back(std::move(page_)); }
+
+    uint8_t *data() { return page_->data(); }
+
+private:
+    static std::vector<std::unique_ptr<GuardedBytes>> &store()
+    {
+        static std::vector<std::unique_ptr<GuardedBytes>> pages;
+        return pages;
+    }
+
+    std::unique_ptr<GuardedBytes> page_;
+};
+
+// A number of the library between inaccessible pages: room for exactly `room` digits, with the
+// length word right behind the lower page or the last digit right before the upper one.
+class Number {
+public:
+    explicit Number(const mpz_class &value, size_t room,
+                    GuardedBytes::Edge edge = GuardedBytes::Edge::upper)
+    {
+        const size_t n = mpz_size(value.get_mpz_t()), size = (room + 1) * sizeof(qald);
+        words_ = reinterpret_cast<qald *>(edge == GuardedBytes::Edge::upper
+                                              ? page_.data() + (GuardedPage::size - size)
+                                              : page_.data());
+        // What is behind the digits must not matter.
+        std::memset(words_, 0xa5, size);
+        words_[0] = n;
+        for (size_t i = 0; i < n; i++)
+            words_[i + 1] = mpz_getlimbn(value.get_mpz_t(), static_cast<mp_size_t>(i));
+    }
+    explicit Number(const mpz_class &value) : Number(value, mpz_size(value.get_mpz_t())) {}
+
+    qald *words() { return words_; }
+    operator qald *() { return words_; }
+
+private:
+    GuardedPage page_;
+    qald *words_;
+};
+
+inline mpz_class value_of(const qald *x)
+{
+    mpz_class value;
+    mpz_import(value.get_mpz_t(), x[0], -1, sizeof(qald), 0, 0, x + 1);
+    return value;
+}
+
+inline bool is_normalised(const qald *x)
+{
+    return x[0] == 0 || x[x[0]] != 0;
+}
+
+// Numbers of exactly n digits, made of digits at which carries and estimates go wrong.
+inline mpz_class random_number(Random &random, size_t n)
+{
+    static constexpr qald adversarial[] = {0,
+                                           1,
+                                           2,
+                                           0x7fffffffffffffff,
+                                           0x8000000000000000,
+                                           0x8000000000000001,
+                                           0xffffffffffffffff,
+                                           0xfffffffffffffffe,
+                                           0x00000000ffffffff,
+                                           0xffffffff00000000,
+                                           0x0000000100000000,
+                                           0xfffffffeffffffff};
+    std::vector<qald> digits(n);
+    const size_t style = random.below(4);
+    for (qald &digit : digits)
+        digit = style == 0 || (style == 1 && random.below(2)) ? random.word()
+                : style == 2                                  ? ~qald{0}
+                                                              : adversarial[random.below(12)];
+    if (style == 2 && n > 0)
+        digits[random.below(n)] ^= qald{1} << random.below(64);
+    if (n > 0 && digits[n - 1] == 0)
+        digits[n - 1] = adversarial[1 + random.below(11)];
+    mpz_class value;
+    mpz_import(value.get_mpz_t(), n, -1, sizeof(qald), 0, 0, digits.data());
+    return value;
+}
+
+inline size_t digits_of(const mpz_class &value)
+{
+    return mpz_size(value.get_mpz_t());
+}
+
+} // namespace qal::test
+
+#endif
