@@ -37,6 +37,13 @@ static inline uint32_t load_be32(const uint8_t *in)
     return __builtin_bswap32(value);
 }
 
+static inline uint64_t load_be64(const uint8_t *in)
+{
+    uint64_t value;
+    memcpy(&value, in, sizeof value);
+    return __builtin_bswap64(value);
+}
+
 static inline void store_be64(uint8_t *out, uint64_t value)
 {
     value = __builtin_bswap64(value);

@@ -11,6 +11,7 @@
 #include "base/cpu.hpp"
 #include "gost28147/g28147_kernels.hpp"
 #include "gost28147/gr341194_kernels.hpp"
+#include "qalmath64/kernels.hpp"
 #include "ru/kuznyechik_kernels.hpp"
 #include "ru/streebog_kernels.hpp"
 
@@ -109,4 +110,11 @@ QAL_DISPATCH(streebog_lpsx64, {
         return streebog_lpsx64_avx2_gfni;
     return streebog_lpsx64_portable;
 });
+
+QAL_DISPATCH(qal_mul_row, { return qal_mul_row_base; });
+QAL_DISPATCH(qal_addmul_row, { return qal_addmul_row_base; });
+QAL_DISPATCH(qal_submul_row, { return qal_submul_row_base; });
+QAL_DISPATCH(qal_mul_digits, { return qal_mul_digits_base; });
+QAL_DISPATCH(qal_sqr_digits, { return qal_sqr_digits_base; });
+QAL_DISPATCH(qal_redc_digits, { return qal_redc_digits_base; });
 }

@@ -13,6 +13,24 @@ name:                                                                           
     .cfi_startproc;                                                                                \
     endbr64
 
+/* Callee-saved registers on the stack, with what an unwinder must know. */
+#define QAL_PUSH(register)                                                                         \
+    pushq %register;                                                                               \
+    .cfi_adjust_cfa_offset 8;                                                                      \
+    .cfi_rel_offset register, 0
+#define QAL_POP(register)                                                                          \
+    popq %register;                                                                                \
+    .cfi_adjust_cfa_offset -8;                                                                     \
+    .cfi_restore register
+
+/* After an even number of pushes, for calls. */
+#define QAL_ALIGN_STACK                                                                            \
+    subq $8, %rsp;                                                                                 \
+    .cfi_adjust_cfa_offset 8
+#define QAL_UNALIGN_STACK                                                                          \
+    addq $8, %rsp;                                                                                 \
+    .cfi_adjust_cfa_offset -8
+
 #define QAL_END(name)                                                                              \
     .cfi_endproc;                                                                                  \
     .size name, . - name

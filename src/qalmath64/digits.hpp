@@ -1,0 +1,69 @@
+// Operations on digits without length words that have no kernel of their own.
+#ifndef QAL_QALMATH64_DIGITS_HPP
+#define QAL_QALMATH64_DIGITS_HPP
+
+#include "base/uint128.hpp"
+#include "qalmath64/kernels.hpp"
+
+namespace qal::math {
+
+using base::uint128;
+
+// A full buffer's digits.
+constexpr size_t most_digits = QALBIG_SIZE - 1;
+
+// -1/p mod 2^64 for odd p. p * p = 1 modulo 8, which makes p its own inverse to three bits; each
+// step of Newton's iteration doubles them.
+constexpr qald montgomery_constant(qald p)
+{
+    qald inverse = p;
+    for (unsigned bits = 3; bits < 64; bits *= 2)
+        inverse *= 2 - p * inverse;
+    return 0 - inverse;
+}
+
+// x / 2^bits for bits from 0 to 63, in place.
+inline void shift_right(qald *x, size_t n, unsigned bits)
+{
+    if (bits == 0)
+        return;
+    for (size_t i = 0; i + 1 < n; i++)
+        x[i] = x[i] >> bits | x[i + 1] << (64 - bits);
+    x[n - 1] >>= bits;
+}
+
+// r = x * 2^bits for bits from 0 to 63; returns the digit that follows. r may be x.
+inline qald shift_left(qald *r, const qald *x, size_t n, unsigned bits)
+{
+    if (bits == 0) {
+        for (size_t i = n; i-- > 0;)
+            r[i] = x[i];
+        return 0;
+    }
+    const qald out = x[n - 1] >> (64 - bits);
+    for (size_t i = n - 1; i > 0; i--)
+        r[i] = x[i] << bits | x[i - 1] >> (64 - bits);
+    r[0] = x[0] << bits;
+    return out;
+}
+
+// Whether a < b, digit by digit from the top.
+inline bool is_less(const qald *a, const qald *b, size_t n)
+{
+    while (n-- > 0) {
+        if (a[n] != b[n])
+            return a[n] < b[n];
+    }
+    return false;
+}
+
+// Adds a carry of 0 or 1 into digits that have room for it.
+inline void add_carry(qald *x, qald carry)
+{
+    for (; carry != 0; x++)
+        carry = ++*x == 0;
+}
+
+} // namespace qal::math
+
+#endif

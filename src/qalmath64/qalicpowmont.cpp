@@ -1,0 +1,21 @@
+#include "qalmath64/exponentiate.hpp"
+
+using namespace qal::math;
+
+qald *qalicpowmont(const qald *powers, uint32_t w, uint32_t maxbits, const qald *one, uint64_t c,
+                   uint32_t k, const qald *p, const qald *e, qald *r)
+{
+    const MontgomeryForm form = {c, k, p};
+    Power power(one);
+    // Windows are of five bits whatever w is; w counts only in how many products there shall be.
+    uint64_t products = raise(form, power, powers, p[0] + 1, e);
+    qalcopy(r, power.value());
+    // The number of products must not tell how many windows the exponent has: the missing ones are
+    // made on the copy, and what becomes of it does not matter.
+    if (maxbits != 0) {
+        const uint64_t target = (uint64_t{maxbits} + w - 1) / w;
+        for (; products < target; products++)
+            power.multiply(form, powers);
+    }
+    return r;
+}

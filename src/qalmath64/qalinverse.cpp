@@ -1,0 +1,7 @@
+#include "qalmath64/digits.hpp"
+
+// An odd a; an even one has no inverse, and gets a number without meaning.
+uint64_t qalinverse(uint64_t a)
+{
+    return 0 - qal::math::montgomery_constant(a);
+}

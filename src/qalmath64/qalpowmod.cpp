@@ -1,0 +1,7 @@
+#include <qal/qalmath64.h>
+
+qald *qalpowmod(qald *work, const qald *x, const qald *e, const qald *p, qald *r)
+{
+    qalpowmodstart(work, x, p);
+    return qalpowmodstop(work, e, p, r);
+}
