@@ -111,10 +111,39 @@ QAL_DISPATCH(streebog_lpsx64, {
     return streebog_lpsx64_portable;
 });
 
-QAL_DISPATCH(qal_mul_row, { return qal_mul_row_base; });
-QAL_DISPATCH(qal_addmul_row, { return qal_addmul_row_base; });
-QAL_DISPATCH(qal_submul_row, { return qal_submul_row_base; });
-QAL_DISPATCH(qal_mul_digits, { return qal_mul_digits_base; });
-QAL_DISPATCH(qal_sqr_digits, { return qal_sqr_digits_base; });
-QAL_DISPATCH(qal_redc_digits, { return qal_redc_digits_base; });
+QAL_DISPATCH(qal_mul_row, {
+    if (cpu & cpu_bmi2_adx)
+        return qal_mul_row_bmi2adx;
+    return qal_mul_row_base;
+});
+
+QAL_DISPATCH(qal_addmul_row, {
+    if (cpu & cpu_bmi2_adx)
+        return qal_addmul_row_bmi2adx;
+    return qal_addmul_row_base;
+});
+
+QAL_DISPATCH(qal_submul_row, {
+    if (cpu & cpu_bmi2_adx)
+        return qal_submul_row_bmi2adx;
+    return qal_submul_row_base;
+});
+
+QAL_DISPATCH(qal_mul_digits, {
+    if (cpu & cpu_bmi2_adx)
+        return qal_mul_digits_bmi2adx;
+    return qal_mul_digits_base;
+});
+
+QAL_DISPATCH(qal_sqr_digits, {
+    if (cpu & cpu_bmi2_adx)
+        return qal_sqr_digits_bmi2adx;
+    return qal_sqr_digits_base;
+});
+
+QAL_DISPATCH(qal_redc_digits, {
+    if (cpu & cpu_bmi2_adx)
+        return qal_redc_digits_bmi2adx;
+    return qal_redc_digits_base;
+});
 }

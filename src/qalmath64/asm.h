@@ -4,9 +4,15 @@
 
 /* clang-format off */
 
+/* A function of the library, of its own subsystems alone, or of its file alone. */
 #define QAL_FUNCTION(name)                                                                         \
-    .text;                                                                                         \
     .globl name;                                                                                   \
+    QAL_LOCAL_FUNCTION(name)
+#define QAL_KERNEL(name)                                                                           \
+    .hidden name;                                                                                  \
+    QAL_FUNCTION(name)
+#define QAL_LOCAL_FUNCTION(name)                                                                   \
+    .text;                                                                                         \
     .type name, @function;                                                                         \
     .p2align 5;                                                                                    \
 name:                                                                                              \
@@ -23,13 +29,13 @@ name:                                                                           
     .cfi_adjust_cfa_offset -8;                                                                     \
     .cfi_restore register
 
-/* After an even number of pushes, for calls. */
-#define QAL_ALIGN_STACK                                                                            \
-    subq $8, %rsp;                                                                                 \
-    .cfi_adjust_cfa_offset 8
-#define QAL_UNALIGN_STACK                                                                          \
-    addq $8, %rsp;                                                                                 \
-    .cfi_adjust_cfa_offset -8
+/* Room on the stack, which is aligned for calls by an odd number of words pushed in all. */
+#define QAL_FRAME(size)                                                                            \
+    subq $size, %rsp;                                                                              \
+    .cfi_adjust_cfa_offset size
+#define QAL_UNFRAME(size)                                                                          \
+    addq $size, %rsp;                                                                              \
+    .cfi_adjust_cfa_offset -size
 
 #define QAL_END(name)                                                                              \
     .cfi_endproc;                                                                                  \

@@ -30,7 +30,7 @@
 .endm
 
 .macro ROW name, op
-QAL_FUNCTION(\name)
+QAL_KERNEL(\name)
     ROW_BEGIN
     testl   %r10d, %r10d
     jz      2f
@@ -61,7 +61,7 @@ QAL_END(\name)
 /* qald qal_add_row(qald *r, const qald *a, const qald *b, size_t n), and so qal_sub_row: with the
  * carry in the flag, which inc, dec, lea, mov and jumps leave alone. */
 .macro CARRY_ROW name, op
-QAL_FUNCTION(\name)
+QAL_KERNEL(\name)
     movl    %ecx, %r8d
     shrq    $2, %rcx
     andl    $3, %r8d                /* clears the carry */
@@ -106,7 +106,7 @@ QAL_END(\name)
 /* void qal_mul_digits_base(qald *r, const qald *a, size_t n, const qald *b, size_t m): rows over b.
  *
  * rbx where in r, rbp a, r12 n, r13 where in b, r14 rows to go. */
-QAL_FUNCTION(qal_mul_digits_base)
+QAL_KERNEL(qal_mul_digits_base)
     QAL_PUSH(rbx)
     QAL_PUSH(rbp)
     QAL_PUSH(r12)
@@ -142,14 +142,14 @@ QAL_END(qal_mul_digits_base)
  * which are then doubled while the squares are added.
  *
  * rbx where in r, rbp where in a, r12 digits of a behind it, r13 r, r14 a, r15 n. */
-QAL_FUNCTION(qal_sqr_digits_base)
+QAL_KERNEL(qal_sqr_digits_base)
     QAL_PUSH(rbx)
     QAL_PUSH(rbp)
     QAL_PUSH(r12)
     QAL_PUSH(r13)
     QAL_PUSH(r14)
     QAL_PUSH(r15)
-    QAL_ALIGN_STACK
+    QAL_FRAME(8)
     movq    %rdi, %r13
     movq    %rsi, %r14
     movq    %rdx, %r15
@@ -200,7 +200,7 @@ QAL_FUNCTION(qal_sqr_digits_base)
     addq    $16, %r13
     decq    %r15
     jnz     4b
-    QAL_UNALIGN_STACK
+    QAL_UNFRAME(8)
     QAL_POP(r15)
     QAL_POP(r14)
     QAL_POP(r13)
@@ -214,7 +214,7 @@ QAL_END(qal_sqr_digits_base)
  * whose place takes the row's carry; at the end all of those are added at once.
  *
  * rbx where in t, rbp p, r12 n, r13 c, r14 rows to go. */
-QAL_FUNCTION(qal_redc_digits_base)
+QAL_KERNEL(qal_redc_digits_base)
     QAL_PUSH(rbx)
     QAL_PUSH(rbp)
     QAL_PUSH(r12)

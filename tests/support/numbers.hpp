@@ -69,6 +69,37 @@ private:
     qald *words_;
 };
 
+// Digits alone, least significant first, between inaccessible pages: right before the upper one
+// and, every other time, right behind the lower one.
+class Digits {
+public:
+    Digits(const mpz_class &value, size_t n) : n_(n)
+    {
+        static bool upper = false;
+        upper = !upper;
+        digits_ = reinterpret_cast<qald *>(
+            upper ? page_.data() + (GuardedPage::size - n * sizeof(qald)) : page_.data());
+        for (size_t i = 0; i < n; i++)
+            digits_[i] = mpz_getlimbn(value.get_mpz_t(), static_cast<mp_size_t>(i));
+    }
+
+    operator qald *() { return digits_; }
+    operator const qald *() const { return digits_; }
+
+    // The number from digit `from` on.
+    [[nodiscard]] mpz_class value(size_t from = 0) const
+    {
+        mpz_class value;
+        mpz_import(value.get_mpz_t(), n_ - from, -1, sizeof(qald), 0, 0, digits_ + from);
+        return value;
+    }
+
+private:
+    GuardedPage page_;
+    size_t n_;
+    qald *digits_;
+};
+
 inline mpz_class value_of(const qald *x)
 {
     mpz_class value;
