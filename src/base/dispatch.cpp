@@ -12,6 +12,7 @@
 #include "gost28147/g28147_kernels.hpp"
 #include "gost28147/gr341194_kernels.hpp"
 #include "qalmath64/kernels.hpp"
+#include "qalmath64/montgomery.hpp"
 #include "ru/kuznyechik_kernels.hpp"
 #include "ru/streebog_kernels.hpp"
 
@@ -145,5 +146,17 @@ QAL_DISPATCH(qal_redc_digits, {
     if (cpu & cpu_bmi2_adx)
         return qal_redc_digits_bmi2adx;
     return qal_redc_digits_base;
+});
+
+QAL_DISPATCH(qal_mont_mul, {
+    if (cpu & cpu_bmi2_adx)
+        return qal_mont_mul_bmi2adx;
+    return qal_mont_mul_base;
+});
+
+QAL_DISPATCH(qal_mont_sqr, {
+    if (cpu & cpu_bmi2_adx)
+        return qal_mont_sqr_bmi2adx;
+    return qal_mont_sqr_base;
 });
 }

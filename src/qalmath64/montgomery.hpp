@@ -1,8 +1,28 @@
 // Montgomery's multiplication on digits without length words, for R = 2^(64 n).
+//
+// The result is (a b + m p) / R with the m below R that makes it whole, less p if it is not less
+// than p: below p if a b < p R, and of n digits always. Time depends on n alone.
 #ifndef QAL_QALMATH64_MONTGOMERY_HPP
 #define QAL_QALMATH64_MONTGOMERY_HPP
 
 #include "qalmath64/multiply.hpp"
+
+extern "C" {
+
+// r[0..n) = a * b / R modulo p; r has room for 2n digits, as long as n is at most 65, and must not
+// overlap a, b or p. c is -1/p mod 2^64.
+QAL_KERNELS(void, qal_mont_mul, qald *r, const qald *a, const qald *b, const qald *p, size_t n,
+            qald c);
+// r[0..n) = a * a / R modulo p, likewise.
+QAL_KERNELS(void, qal_mont_sqr, qald *r, const qald *a, const qald *p, size_t n, qald c);
+
+// The same for one n; r has room for n digits, and may be a, b or p.
+QAL_KERNEL void qal_mont_mul_4_bmi2adx(qald *r, const qald *a, const qald *b, const qald *p,
+                                       qald c);
+QAL_KERNEL void qal_mont_mul_8_bmi2adx(qald *r, const qald *a, const qald *b, const qald *p,
+                                       qald c);
+QAL_KERNEL void qal_mont_sqr_8_bmi2adx(qald *r, const qald *a, const qald *p, qald c);
+}
 
 namespace qal::math {
 
@@ -15,8 +35,7 @@ inline void subtract_once(qald *r, const qald *x, qald carry, const qald *p, siz
         r[i] ^= (r[i] ^ x[i]) & keep;
 }
 
-// r = t / R modulo p on n digits, for t of 2n digits, which are destroyed: less than p where
-// t < p R, and less than R always.
+// r = t / R modulo p on n digits, for t of 2n digits, which are destroyed. r may be t.
 inline void reduce(qald *r, qald *t, const qald *p, size_t n, qald c)
 {
     const qald carry = qal_redc_digits(t, p, n, c);

@@ -13,5 +13,10 @@ qald *qalmulmont(uint64_t c, uint32_t k, const qald *p, const qald *a, const qal
                 "((*a)+(*b)) <= ((((2*(4096)+(sizeof(qald)*8)-1)/(sizeof(qald)*8))+3)-1)");
     QAL_REQUIRE(a[0] <= p[0], "(*a) <= (*p)");
     QAL_REQUIRE(b[0] <= p[0], "(*b) <= (*p)");
-    return qalmontcom(c, k, p, qalmul(a, b, t));
+    const size_t n = p[0];
+    if (a[0] != n || b[0] != n || k != 64 * n)
+        return qalmontcom(c, k, p, qalmul(a, b, t));
+    qal_mont_mul(t + 1, a + 1, b + 1, p + 1, n, c);
+    t[0] = n;
+    return qalclip(t);
 }
