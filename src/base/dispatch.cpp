@@ -112,6 +112,18 @@ QAL_DISPATCH(streebog_lpsx64, {
     return streebog_lpsx64_portable;
 });
 
+QAL_DISPATCH(qalmul, {
+    if (cpu & cpu_bmi2_adx)
+        return qalmul_bmi2adx;
+    return qalmul_base;
+});
+
+QAL_DISPATCH(qalsqr, {
+    if (cpu & cpu_bmi2_adx)
+        return qalsqr_bmi2adx;
+    return qalsqr_base;
+});
+
 QAL_DISPATCH(qal_mul_row, {
     if (cpu & cpu_bmi2_adx)
         return qal_mul_row_bmi2adx;

@@ -5,6 +5,8 @@
 #include "base/uint128.hpp"
 #include "qalmath64/kernels.hpp"
 
+#include <emmintrin.h>
+
 namespace qal::math {
 
 using base::uint128;
@@ -22,6 +24,14 @@ constexpr qald montgomery_constant(qald p)
     return 0 - inverse;
 }
 
+// n without the zeros at the top of x.
+inline size_t significant(const qald *x, size_t n)
+{
+    while (n > 0 && x[n - 1] == 0)
+        n--;
+    return n;
+}
+
 // x / 2^bits for bits from 0 to 63, in place.
 inline void shift_right(qald *x, size_t n, unsigned bits)
 {
@@ -32,17 +42,21 @@ inline void shift_right(qald *x, size_t n, unsigned bits)
     x[n - 1] >>= bits;
 }
 
-// r = x * 2^bits for bits from 0 to 63; returns the digit that follows. r may be x.
+// r = x * 2^bits for bits from 0 to 63; returns the digit that follows. r may be x. Two digits at a
+// time, from the top; a shift of two lanes by 64 gives zero, as it must where bits is 0.
 inline qald shift_left(qald *r, const qald *x, size_t n, unsigned bits)
 {
-    if (bits == 0) {
-        for (size_t i = n; i-- > 0;)
-            r[i] = x[i];
-        return 0;
+    const __m128i up = _mm_cvtsi32_si128(static_cast<int>(bits));
+    const __m128i down = _mm_cvtsi32_si128(static_cast<int>(64 - bits));
+    const qald out = x[n - 1] >> 1 >> (63 - bits);
+    for (; n > 2; n -= 2) {
+        const __m128i digits = _mm_loadu_si128(reinterpret_cast<const __m128i *>(x + n - 2));
+        const __m128i below = _mm_loadu_si128(reinterpret_cast<const __m128i *>(x + n - 3));
+        _mm_storeu_si128(reinterpret_cast<__m128i *>(r + n - 2),
+                         _mm_or_si128(_mm_sll_epi64(digits, up), _mm_srl_epi64(below, down)));
     }
-    const qald out = x[n - 1] >> (64 - bits);
-    for (size_t i = n - 1; i > 0; i--)
-        r[i] = x[i] << bits | x[i - 1] >> (64 - bits);
+    if (n == 2)
+        r[1] = x[1] << bits | x[0] >> 1 >> (63 - bits);
     r[0] = x[0] << bits;
     return out;
 }

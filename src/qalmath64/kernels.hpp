@@ -27,6 +27,9 @@ QAL_KERNELS(qald, qal_submul_row, qald *r, const qald *a, size_t n, qald b);
 QAL_KERNEL qald qal_add_row(qald *r, const qald *a, const qald *b, size_t n);
 QAL_KERNEL qald qal_sub_row(qald *r, const qald *a, const qald *b, size_t n);
 
+// The same by `minus`, 0 or all ones: r = a + b or r = a + ~b + 1, whose carry is no borrow.
+QAL_KERNEL qald qal_add_signed_row(qald *r, const qald *a, const qald *b, size_t n, qald minus);
+
 // r[0..n + m) = a * b, row by row. r must not overlap a or b.
 QAL_KERNELS(void, qal_mul_digits, qald *r, const qald *a, size_t n, const qald *b, size_t m);
 // r[0..2n) = a * a. r must not overlap a.

@@ -103,6 +103,57 @@ QAL_END(\name)
     CARRY_ROW qal_add_row, adcq
     CARRY_ROW qal_sub_row, sbbq
 
+/* qald qal_add_signed_row(qald *r, const qald *a, const qald *b, size_t n, qald minus): in the same
+ * way, but that xor clears the flag, which waits in rax. */
+QAL_KERNEL(qal_add_signed_row)
+    QAL_PUSH(rbx)
+    movl    %r8d, %eax
+    andl    $1, %eax
+    movl    %ecx, %ebx
+    shrq    $2, %rcx
+    andl    $3, %ebx
+    jz      2f
+1:  movq    (%rdx), %r9
+    xorq    %r8, %r9
+    negq    %rax
+    adcq    (%rsi), %r9
+    sbbq    %rax, %rax
+    negq    %rax
+    movq    %r9, (%rdi)
+    leaq    8(%rsi), %rsi
+    leaq    8(%rdx), %rdx
+    leaq    8(%rdi), %rdi
+    decl    %ebx
+    jnz     1b
+2:  jrcxz   4f
+3:  movq    (%rdx), %r9
+    movq    8(%rdx), %r10
+    movq    16(%rdx), %r11
+    movq    24(%rdx), %rbx
+    xorq    %r8, %r9
+    xorq    %r8, %r10
+    xorq    %r8, %r11
+    xorq    %r8, %rbx
+    negq    %rax
+    adcq    (%rsi), %r9
+    adcq    8(%rsi), %r10
+    adcq    16(%rsi), %r11
+    adcq    24(%rsi), %rbx
+    sbbq    %rax, %rax
+    negq    %rax
+    movq    %r9, (%rdi)
+    movq    %r10, 8(%rdi)
+    movq    %r11, 16(%rdi)
+    movq    %rbx, 24(%rdi)
+    leaq    32(%rsi), %rsi
+    leaq    32(%rdx), %rdx
+    leaq    32(%rdi), %rdi
+    decq    %rcx
+    jnz     3b
+4:  QAL_POP(rbx)
+    ret
+QAL_END(qal_add_signed_row)
+
 /* void qal_mul_digits_base(qald *r, const qald *a, size_t n, const qald *b, size_t m): rows over b.
  *
  * rbx where in r, rbp a, r12 n, r13 where in b, r14 rows to go. */

@@ -4,12 +4,12 @@ using namespace qal::math;
 
 void qal_mont_mul_base(qald *r, const qald *a, const qald *b, const qald *p, size_t n, qald c)
 {
-    multiply(r, a, n, b, n);
+    qal_multiply(r, a, n, b, n);
     reduce(r, r, p, n, c);
 }
 
 void qal_mont_sqr_base(qald *r, const qald *a, const qald *p, size_t n, qald c)
 {
-    square(r, a, n);
+    qal_square(r, a, n);
     reduce(r, r, p, n, c);
 }

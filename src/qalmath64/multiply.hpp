@@ -1,16 +1,28 @@
-// Products of any size, by rows or, where that pays, by Karatsuba's identity.
+/* Products of any size, by rows or, where that pays, by Karatsuba's identity. */
 #ifndef QAL_QALMATH64_MULTIPLY_HPP
 #define QAL_QALMATH64_MULTIPLY_HPP
 
+/* Digits from which the identity saves more products than its sums cost. */
+#define QAL_KARATSUBA_DIGITS 28
+#define QAL_KARATSUBA_SQUARE_DIGITS 44
+
+#ifndef __ASSEMBLER__
+
 #include "qalmath64/digits.hpp"
 
-namespace qal::math {
+extern "C" {
 
-// r[0..n + m) = a * b. r must not overlap a or b.
-void multiply(qald *r, const qald *a, size_t n, const qald *b, size_t m);
-// r[0..2n) = a * a. r must not overlap a.
-void square(qald *r, const qald *a, size_t n);
+// r[0..n + m) = a * b. r must not overlap a or b, and n + m is at most 130.
+QAL_KERNEL void qal_multiply(qald *r, const qald *a, size_t n, const qald *b, size_t m);
+// r[0..2n) = a * a, likewise.
+QAL_KERNEL void qal_square(qald *r, const qald *a, size_t n);
 
-} // namespace qal::math
+// The exported operations by variant.
+QAL_KERNEL qald *qalmul_base(const qald *a, const qald *b, qald *c);
+QAL_KERNEL qald *qalmul_bmi2adx(const qald *a, const qald *b, qald *c);
+QAL_KERNEL qald *qalsqr_base(const qald *a, qald *c);
+QAL_KERNEL qald *qalsqr_bmi2adx(const qald *a, qald *c);
+}
 
+#endif
 #endif

@@ -1,8 +1,7 @@
-#include <qal/qalmath64.h>
+#include "qalmath64/digits.hpp"
 
 qald *qalclip(qald *x)
 {
-    while (x[0] > 0 && x[x[0]] == 0)
-        x[0]--;
+    x[0] = qal::math::significant(x + 1, x[0]);
     return x;
 }

@@ -15,12 +15,13 @@ void qaldiv(const qald *x, const qald *y, qald *q, qald *r)
     // Division by zero is no division: nothing is written and nothing said.
     if (m == 0)
         return;
-    if (r != x)
-        qalcopy(r, x);
-    if (q != nullptr)
-        q[0] = 0;
-    if (n < m || (n == m && is_less(x + 1, y + 1, n)))
+    if (n < m || (n == m && is_less(x + 1, y + 1, n))) {
+        if (r != x)
+            qalcopy(r, x);
+        if (q != nullptr)
+            q[0] = 0;
         return;
+    }
 
     // Dividend and divisor are shifted until the divisor's top bit is set; the divisor in a copy,
     // since it may serve other threads at this moment.
@@ -28,7 +29,7 @@ void qaldiv(const qald *x, const qald *y, qald *q, qald *r)
     qald d[most_digits];
     shift_left(d, y + 1, m, bits);
     qald *const u = r + 1;
-    u[n] = shift_left(u, u, n, bits);
+    u[n] = shift_left(u, x + 1, n, bits);
 
     // The first digit of the quotient is often zero, and costs only a comparison then.
     const bool shorter = u[n] == 0 && is_less(u + n - m, d, m);
@@ -38,11 +39,8 @@ void qaldiv(const qald *x, const qald *y, qald *q, qald *r)
         u[0] = divide_by_digit(quotient, u, top, u[top], d[0]);
     else
         divide(quotient, u, top, d, m);
-    if (q != nullptr) {
-        q[0] = length;
-        qalclip(q);
-    }
+    if (q != nullptr)
+        q[0] = significant(quotient, length);
     shift_right(u, m, bits);
-    r[0] = m;
-    qalclip(r);
+    r[0] = significant(u, m);
 }
