@@ -4,8 +4,9 @@ using namespace qal::math;
 
 namespace {
 
-// A half of h digits, and with it the difference of the two halves.
-constexpr size_t most_half = (most_digits / 2 + 1) / 2;
+// Factors are split if the shorter one has 7/8 of the longer one's digits; the sum of both is at
+// most a full buffer's.
+constexpr size_t most_half = (most_digits * 8 / (8 + 7) + 1) / 2;
 
 constexpr qald zero[most_half] = {};
 
@@ -55,7 +56,6 @@ void add_middle(qald *r, size_t h, size_t high, const qald *d, qald minus)
 void qal_multiply(qald *r, const qald *a, size_t n, const qald *b, size_t m)
 {
     const size_t longer = n > m ? n : m, shorter = n > m ? m : n, h = (longer + 1) / 2;
-    // The halves must be nearly of one size to be worth it.
     if (shorter < QAL_KARATSUBA_DIGITS || 8 * shorter < 7 * longer) {
         qal_mul_digits(r, a, n, b, m);
         return;

@@ -6,31 +6,6 @@
 
 using namespace qal::test;
 
-namespace {
-
-constexpr size_t capacity = QALBIG_SIZE - 1;
-
-// All lengths up to 65 digits, and some up to the capacity.
-size_t some_length(Random &random)
-{
-    return random.below(8) ? random.below(66) : random.below(capacity + 1);
-}
-
-// The result is in the destination, normalised and right.
-void expect_number(const qald *result, Number &destination, const mpz_class &expected)
-{
-    ASSERT_EQ(result, destination.words());
-    ASSERT_TRUE(is_normalised(result));
-    ASSERT_EQ(value_of(result), expected);
-}
-
-GuardedBytes::Edge some_edge(Random &random)
-{
-    return random.below(2) ? GuardedBytes::Edge::upper : GuardedBytes::Edge::lower;
-}
-
-} // namespace
-
 TEST(Numbers, Constants)
 {
     EXPECT_EQ(value_of(QALBIG_ZERO), 0);

@@ -7,6 +7,7 @@
 #include <qal/qalmath64.h>
 
 #include <gmpxx.h>
+#include <gtest/gtest.h>
 
 #include <cstring>
 #include <memory>
@@ -140,6 +141,33 @@ inline mpz_class random_number(Random &random, size_t n)
     mpz_class value;
     mpz_import(value.get_mpz_t(), n, -1, sizeof(qald), 0, 0, digits.data());
     return value;
+}
+
+// Digits of a full buffer.
+constexpr size_t capacity = QALBIG_SIZE - 1;
+
+// All lengths up to 65 digits, and some up to the capacity.
+inline size_t some_length(Random &random)
+{
+    return random.below(8) ? random.below(66) : random.below(capacity + 1);
+}
+
+inline GuardedBytes::Edge some_edge(Random &random)
+{
+    return random.below(2) ? GuardedBytes::Edge::upper : GuardedBytes::Edge::lower;
+}
+
+// The result is in the destination, normalised and right.
+inline void expect_number(const qald *result, Number &destination, const mpz_class &expected)
+{
+    ASSERT_EQ(result, destination.words());
+    ASSERT_TRUE(is_normalised(result));
+    ASSERT_EQ(value_of(result), expected);
+}
+
+inline mpz_class power_of_two(size_t bits)
+{
+    return mpz_class(1) << bits;
 }
 
 inline size_t digits_of(const mpz_class &value)
