@@ -31,7 +31,8 @@ std::vector<size_t> byte_lengths()
     std::vector<size_t> lengths;
     for (size_t n = 0; n <= 80; n++)
         lengths.push_back(n);
-    for (const size_t n : {511U, 512U, 1031U, 1032U, 1033U, 1039U, 1040U, 1041U, 1047U, 1048U, 2000U})
+    for (const size_t n :
+         {511U, 512U, 1031U, 1032U, 1033U, 1039U, 1040U, 1041U, 1047U, 1048U, 2000U})
         lengths.push_back(n);
     return lengths;
 }

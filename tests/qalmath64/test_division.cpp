@@ -82,7 +82,7 @@ TEST(Division, UpToTheCapacity)
 TEST(Division, ChosenQuotients)
 {
     Random random;
-    for (int round = 0; round < 60000; round++) {
+    for (int round = 0; round < 250000; round++) {
         const size_t m = 1 + random.below(20);
         const mpz_class y = random_number(random, m), q = random_number(random, random.below(10));
         mpz_class r;
@@ -111,7 +111,7 @@ TEST(Division, ChosenQuotients)
 TEST(Division, LeadingDigitsOfTheDivisor)
 {
     Random random;
-    for (int round = 0; round < 60000; round++) {
+    for (int round = 0; round < 250000; round++) {
         const size_t m = 1 + random.below(12), more = random.below(6);
         mpz_class y = random_number(random, m);
         if (random.below(2))

@@ -105,6 +105,16 @@ TEST(IntegerKernels, Sums)
             ASSERT_EQ(minuend.value(), difference.value());
             ASSERT_EQ(qal_sub_row(subtrahend, x, subtrahend, n), borrow);
             ASSERT_EQ(subtrahend.value(), difference.value());
+            for (const qald minus : {qald{0}, ~qald{0}}) {
+                Digits signed_sum(0, n), first(a, n), second(b, n);
+                const mpz_class expected = minus ? mpz_class(a + power(n) - b) : mpz_class(a + b);
+                const qald top = qal_add_signed_row(signed_sum, x, y, n, minus);
+                ASSERT_EQ(signed_sum.value() + power(n) * top, expected);
+                ASSERT_EQ(qal_add_signed_row(first, first, y, n, minus), top);
+                ASSERT_EQ(first.value(), signed_sum.value());
+                ASSERT_EQ(qal_add_signed_row(second, x, second, n, minus), top);
+                ASSERT_EQ(second.value(), signed_sum.value());
+            }
         }
     }
 }

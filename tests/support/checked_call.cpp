@@ -1,0 +1,92 @@
+#include "support/checked_call.hpp"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <ucontext.h>
+#include <unwind.h>
+
+namespace qal::test {
+
+namespace {
+
+// As checked_call.S has it.
+struct Call {
+    uint64_t stack;
+    std::array<uint64_t, 6> registers;
+    uint64_t flags;
+    uint64_t step;
+};
+
+constexpr uint64_t direction_flag = 0x400;
+
+// What the handler counts, and the call that it interrupts.
+uint64_t steps, lost_steps;
+const Call *stepped;
+
+} // namespace
+
+extern "C" {
+uint64_t qal_test_call(const void *function, const uint64_t *arguments, Call *call);
+extern const char qal_test_call_return[], qal_test_call_end[];
+}
+
+namespace {
+
+uint64_t run(const void *function, const std::array<uint64_t, 6> &arguments, Call &call)
+{
+    const uint64_t result = qal_test_call(function, arguments.data(), &call);
+    for (uint64_t i = 0; i < call.registers.size(); i++)
+        EXPECT_EQ(call.registers[i], 0x5a5a5a5a5a5a5a00 + i) << "callee-saved register " << i;
+    EXPECT_EQ(call.flags & direction_flag, 0);
+    return result;
+}
+
+_Unwind_Reason_Code visit(_Unwind_Context *context, void *found)
+{
+    int before = 0;
+    if (_Unwind_GetIPInfo(context, &before) != reinterpret_cast<uintptr_t>(qal_test_call_return))
+        return _URC_NO_REASON;
+    *static_cast<bool *>(found) = _Unwind_GetCFA(context) == stepped->stack;
+    return _URC_NORMAL_STOP;
+}
+
+void on_step(int /*signal*/, siginfo_t * /*info*/, void *context)
+{
+    const auto at =
+        static_cast<uintptr_t>(static_cast<ucontext_t *>(context)->uc_mcontext.gregs[REG_RIP]);
+    if (at >= reinterpret_cast<uintptr_t>(&qal_test_call) &&
+        at < reinterpret_cast<uintptr_t>(qal_test_call_end))
+        return;
+    steps++;
+    bool found = false;
+    _Unwind_Backtrace(visit, &found);
+    lost_steps += !found;
+}
+
+} // namespace
+
+uint64_t checked_call(const void *function, const std::array<uint64_t, 6> &arguments)
+{
+    Call call = {};
+    return run(function, arguments, call);
+}
+
+uint64_t stepped_call(const void *function, const std::array<uint64_t, 6> &arguments)
+{
+    struct sigaction handler = {}, previous = {};
+    handler.sa_sigaction = on_step;
+    handler.sa_flags = SA_SIGINFO;
+    EXPECT_EQ(sigaction(SIGTRAP, &handler, &previous), 0);
+    Call call = {};
+    call.step = 1;
+    steps = lost_steps = 0;
+    stepped = &call;
+    const uint64_t result = run(function, arguments, call);
+    EXPECT_EQ(sigaction(SIGTRAP, &previous, nullptr), 0);
+    EXPECT_EQ(lost_steps, 0) << "of " << steps << " instructions";
+    EXPECT_GT(steps, 0);
+    return result;
+}
+
+} // namespace qal::test
