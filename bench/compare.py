@@ -18,7 +18,7 @@ from collections import defaultdict
 
 
 def run(program, rounds, min_time, core, pattern):
-    """The time of each round in nanoseconds, by benchmark name."""
+    """The report of Google Benchmark."""
     command = [
         program,
         "--benchmark_format=json",
@@ -34,10 +34,11 @@ def run(program, rounds, min_time, core, pattern):
         check=True,
         preexec_fn=lambda: os.sched_setaffinity(0, {core}),
     )
-    return times(json.loads(done.stdout)) if done.stdout.strip() else {}
+    return json.loads(done.stdout) if done.stdout.strip() else {"context": {}, "benchmarks": []}
 
 
 def times(report):
+    """The time of each round in nanoseconds, by benchmark name."""
     unit = {"ns": 1, "us": 1e3, "ms": 1e6, "s": 1e9}
     found = defaultdict(list)
     for entry in report["benchmarks"]:
@@ -69,8 +70,11 @@ def table(found):
     return rows
 
 
-def show(rows, out):
-    """A line per contender; the library's with the ratio to each peer, the fastest peer first."""
+def show(rows, cycles_per_ns, out):
+    """A line per contender; the library's with the ratio to each peer, the fastest peer first.
+
+    Cycles are those of the time-stamp counter, which runs at one speed whatever the processor's.
+    """
     heading = line = None
     for workload, size, contender, ns, peer, ratio in rows:
         if (workload, size) != heading:
@@ -78,7 +82,7 @@ def show(rows, out):
             heading = workload, size
             line = None
         if contender != line:
-            print(f"\n  {contender:<22}{ns:>14.1f} ns", end="", file=out)
+            print(f"\n  {contender:<22}{ns:>14.1f} ns{ns * cycles_per_ns:>14.0f} cycles", end="", file=out)
             line = contender
         if peer:
             print(f"  {ratio:.2f}x {peer}", end="", file=out)
@@ -96,17 +100,20 @@ def main():
     arguments = parser.parse_args()
 
     found = {}
+    frequencies = []
     for program in arguments.programs:
         try:
-            found |= run(
+            report = run(
                 program, arguments.rounds, arguments.min_time, arguments.core, arguments.filter
             )
+            found |= times(report)
+            frequencies.append(float(report["context"].get("cycles_per_ns", "nan")))
         except (OSError, subprocess.CalledProcessError) as error:
             sys.exit(f"compare.py: {program}: {error}")
     if not found:
         sys.exit(f"compare.py: no benchmark matches '{arguments.filter}'")
     rows = table(found)
-    show(rows, sys.stdout)
+    show(rows, statistics.median(frequencies), sys.stdout)
     if arguments.csv:
         with open(arguments.csv, "w", newline="") as file:
             writer = csv.writer(file)

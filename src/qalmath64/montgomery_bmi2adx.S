@@ -135,9 +135,15 @@ QAL_KERNEL(qal_mont_mul_4_bmi2adx)
     movq    %r8, (%rsp)
     movq    %rcx, %rbp
     movq    %rdx, %rcx
-    EACH    4, CLEAR
     movq    (%rcx), %rdx
-    ROW_4   A0, A1, A2, A3, %rsi, A4
+    mulx    (%rsi), A4, A0
+    mulx    8(%rsi), %rax, A1
+    mulx    16(%rsi), %rbx, A2
+    addq    %rax, A0
+    mulx    24(%rsi), %rax, A3
+    adcq    %rbx, A1
+    adcq    %rax, A2
+    adcq    $0, A3
     movq    8(%rcx), %rdx
     ROW_4   A0, A1, A2, A3, %rsi, A5
     movq    16(%rcx), %rdx

@@ -17,6 +17,6 @@ qald *qalmulmont(uint64_t c, uint32_t k, const qald *p, const qald *a, const qal
     if (a[0] != n || b[0] != n || k != 64 * n)
         return qalmontcom(c, k, p, qalmul(a, b, t));
     qal_mont_mul(t + 1, a + 1, b + 1, p + 1, n, c);
-    t[0] = n;
-    return qalclip(t);
+    t[0] = qal::math::significant(t + 1, n);
+    return t;
 }

@@ -15,6 +15,6 @@ qald *qalsqrmont(uint64_t c, uint32_t k, const qald *p, const qald *a, qald *t)
     if (a[0] != n || k != 64 * n)
         return qalmontcom(c, k, p, qalsqr(a, t));
     qal_mont_sqr(t + 1, a + 1, p + 1, n, c);
-    t[0] = n;
-    return qalclip(t);
+    t[0] = qal::math::significant(t + 1, n);
+    return t;
 }

@@ -45,11 +45,11 @@ class Table(unittest.TestCase):
 
     def test_shown(self):
         out = io.StringIO()
-        compare.show(compare.table(compare.times(REPORT)), out)
+        compare.show(compare.table(compare.times(REPORT)), 4.0, out)
         lines = out.getvalue().splitlines()
         self.assertIn("hash, 1KiB", lines)
-        self.assertIn("  qal                           1000.0 ns  2.00x fast  4.00x slow", lines)
-        self.assertIn("  slow                          4000.0 ns", lines)
+        self.assertIn("  qal                           1000.0 ns          4000 cycles  2.00x fast  4.00x slow", lines)
+        self.assertIn("  slow                          4000.0 ns         16000 cycles", lines)
 
 
 unittest.main()
