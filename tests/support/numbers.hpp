@@ -11,6 +11,7 @@
 
 #include <cstring>
 #include <memory>
+#include <stdexcept>
 #include <vector>
 
 namespace qal::test {
@@ -51,6 +52,8 @@ public:
                     GuardedBytes::Edge edge = GuardedBytes::Edge::upper)
     {
         const size_t n = mpz_size(value.get_mpz_t()), size = (room + 1) * sizeof(qald);
+        if (size > GuardedPage::size)
+            throw std::length_error("a number of more than a page");
         words_ = reinterpret_cast<qald *>(edge == GuardedBytes::Edge::upper
                                               ? page_.data() + (GuardedPage::size - size)
                                               : page_.data());
