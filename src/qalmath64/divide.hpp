@@ -127,6 +127,7 @@ inline qald subtract_product(qald *x, const qald *d, size_t n, qald digit)
 // than 2^64 d; n + 1 - m digits of quotient go to q, which may be null. m is at least two.
 inline void divide(qald *q, qald *x, size_t n, const qald *d, size_t m)
 {
+    // NOLINTNEXTLINE(clang-analyzer-core.uninitialized.Assign): it misses what vectors store.
     const qald d1 = d[m - 1], d0 = d[m - 2];
     const Reciprocal2 reciprocal(d1, d0);
     // The upper two digits of what is left are in registers.

@@ -1,18 +1,21 @@
 /* Rows of products with mulx and the two carry chains of adcx and adox.
  *
- * Products, squares and reductions are made of one row, on W <= 8 digits of accumulator that stay in
- * registers:
+ * Products, squares and reductions are made of one row, on W <= 8 digits of accumulator that stay
+ * in registers:
  *
  *     acc * 2^64 + r[j] = acc + a * b[j] + r[j]        a has W digits
  *
- * The right side is at most 2^(64 W) - 1 + (2^(64 W) - 1)(2^64 - 1) + 2^64 - 1 = 2^(64 (W + 1)) - 1,
- * so that no carry ever leaves the accumulator. A product is rows over b for each block of eight
- * digits of a, with what is left by a division by eight going first. In a square the products within
- * a block make a triangle, which begins the accumulator of the rows over the digits behind the
- * block. In a reduction the block is of factors that rows over the modulus' lowest digits find.
+ * The right side is at most
  *
- * Registers: rdi r, rsi a, rcx where in b, rbp rows to go, rdx factor, rax and rbx parts of products,
- * r8..r15 accumulator. */
+ *     2^(64 W) - 1 + (2^(64 W) - 1)(2^64 - 1) + 2^64 - 1 = 2^(64 (W + 1)) - 1
+ *
+ * so that no carry ever leaves the accumulator. A product is rows over b for each block of eight
+ * digits of a, with what is left by a division by eight going first. In a square the products
+ * within a block make a triangle, which begins the accumulator of the rows over the digits behind
+ * the block. In a reduction the block is of factors that rows over the modulus' lowest digits find.
+ *
+ * Registers: rdi r, rsi a, rcx where in b, rbp rows to go, rdx factor, rax and rbx parts of
+ * products, r8..r15 accumulator. */
 #ifndef QAL_QALMATH64_ROWS_BMI2ADX_H
 #define QAL_QALMATH64_ROWS_BMI2ADX_H
 

@@ -165,7 +165,7 @@ TEST(CallingConvention, Rows)
 TEST(CallingConvention, Montgomery)
 {
     plain_and_stepped(20, [](bool step, Random &random) {
-        const size_t n = random.below(2) ? 4 << random.below(2) : 1 + random.below(18);
+        const size_t n = random.below(2) ? 4 + 4 * random.below(2) : 1 + random.below(18);
         const mpz_class p = random_number(random, n) | 1, t = random_number(random, n);
         const qald c = qalinverse(0 - mpz_class(p % power_of_two(64)).get_ui());
         Digits modulus(p, n), factor(t, n);

@@ -11,9 +11,10 @@ namespace qal::test {
 // the registers that belong to the caller, and the direction flag, clear.
 uint64_t checked_call(const void *function, const std::array<uint64_t, 6> &arguments);
 
-// The same one instruction at a time. Between any two a signal is delivered on the same stack, which
-// overwrites what the function may have put beyond its red zone, and the handler unwinds the stack:
-// it must find its way back to the caller, with the caller's stack pointer, from every instruction.
+// The same one instruction at a time. Between any two a signal is delivered on the same stack,
+// which overwrites what the function may have put beyond its red zone, and the handler unwinds the
+// stack: it must find its way back to the caller, with the caller's stack pointer, from every
+// instruction.
 uint64_t stepped_call(const void *function, const std::array<uint64_t, 6> &arguments);
 
 } // namespace qal::test
