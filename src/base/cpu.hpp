@@ -59,6 +59,11 @@ struct CpuidLeaf {
 // The features, as a set of CpuFeature, that this machine has and the cap allows.
 [[gnu::always_inline]] static inline uint32_t cpu_features(int cap = QAL_ISA_CAP)
 {
+#ifdef QAL_ASSUMED_CPU
+    // An emulated processor can have less to say for itself than its emulator executes.
+    if (cap != isa_cap_baseline)
+        return QAL_ASSUMED_CPU;
+#endif
     if (cap < isa_cap_avx2 || cpuid(0, 0).eax < 7)
         return 0;
     const CpuidLeaf leaf1 = cpuid(1, 0);
