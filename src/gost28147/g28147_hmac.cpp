@@ -48,6 +48,7 @@ void g28147_hmac_updblocks(g28147_hmac_ctx *ctx, const uint8_t *data, size_t len
 {
     uint32_t n1 = ctx->n1, n2 = ctx->n2;
     for (size_t n = len / g28147_block; n > 0; n--, data += g28147_block) {
+        keep_in_memory(ctx->rk);
         n1 ^= load_le32(data);
         n2 ^= load_le32(data + 4);
         g28147_cycle16(n1, n2, ctx->rk, ctx->kext);
