@@ -13,6 +13,26 @@ static inline void wipe(void *memory, size_t size)
     explicit_bzero(memory, size);
 }
 
+// Runs it and clears the stack that it used, no more than `depth` bytes: registers go there when
+// the compiler runs out of them, and what is in them is nobody's to wipe by name.
+template<class Run>
+[[gnu::noinline]] static void run_apart(Run &run)
+{
+    run();
+}
+template<size_t depth>
+[[gnu::noinline]] static void wipe_stack()
+{
+    unsigned char used[depth];
+    wipe(used, depth);
+}
+template<size_t depth, class Run>
+[[gnu::always_inline]] static inline void run_on_wiped_stack(Run run)
+{
+    run_apart(run);
+    wipe_stack<depth>();
+}
+
 // What follows reads this memory anew. In a loop it keeps the compiler from taking more of a key
 // out of its record than there are registers, which leaves a copy on the stack.
 static inline void keep_in_memory(const void *memory)

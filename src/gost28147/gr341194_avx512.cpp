@@ -1,5 +1,6 @@
 // The step function of GOST R 34.11-94 with AVX-512 VBMI: the four encryptions of a step are the
 // four words of a register. No address depends on the message.
+#include "base/wipe.hpp"
 #include "gost28147/g28147_avx512.hpp"
 #include "gost28147/gr341194_kernels.hpp"
 #include "gost28147/gr341194_words.hpp"
@@ -158,7 +159,7 @@ void run(uint8_t *H, const uint8_t *blocks, size_t n, const NibbleTables &whole)
 
 } // namespace
 
-void gr341194_steps_avx512(uint8_t *H, const uint8_t *blocks, size_t n, const uint32_t *kext)
+static void steps(uint8_t *H, const uint8_t *blocks, size_t n, const uint32_t *kext)
 {
     // Fewer steps through another table are done before it has been looked at.
     constexpr size_t enough = 3;
@@ -168,6 +169,11 @@ void gr341194_steps_avx512(uint8_t *H, const uint8_t *blocks, size_t n, const ui
         run(H, blocks, n, make_tables(kext));
     else
         gr341194_steps_portable(H, blocks, n, kext);
+}
+
+void gr341194_steps_avx512(uint8_t *H, const uint8_t *blocks, size_t n, const uint32_t *kext)
+{
+    base::run_on_wiped_stack<3072>([=] { steps(H, blocks, n, kext); });
 }
 
 } // namespace qal::gost

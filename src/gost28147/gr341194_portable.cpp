@@ -70,7 +70,7 @@ void gr341194_transpose(uint8_t *out, const uint8_t *in)
     P(out, load_words(in));
 }
 
-void gr341194_steps_portable(uint8_t *H, const uint8_t *blocks, size_t n, const uint32_t *kext)
+static void steps(uint8_t *H, const uint8_t *blocks, size_t n, const uint32_t *kext)
 {
     uint32_t keys[4][8];
     for (; n > 0; n--, blocks += 32) {
@@ -87,6 +87,11 @@ void gr341194_steps_portable(uint8_t *H, const uint8_t *blocks, size_t n, const 
         store_words(H, mixed(load_words(H), M, encrypt(H, keys, kext)));
     }
     base::wipe(keys, sizeof keys);
+}
+
+void gr341194_steps_portable(uint8_t *H, const uint8_t *blocks, size_t n, const uint32_t *kext)
+{
+    base::run_on_wiped_stack<1024>([=] { steps(H, blocks, n, kext); });
 }
 
 } // namespace qal::gost

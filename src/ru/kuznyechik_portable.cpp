@@ -116,7 +116,10 @@ struct Sse2 {
 
 } // namespace
 
-void kuzn_block_enc_portable(uint8_t *block, const uint8_t *rk)
+// What the compiler keeps on the stack of blocks and keys.
+constexpr size_t depth = 512;
+
+static void encrypt(uint8_t *block, const uint8_t *rk)
 {
     uint8_t a[16];
     memcpy(a, block, 16);
@@ -130,7 +133,7 @@ void kuzn_block_enc_portable(uint8_t *block, const uint8_t *rk)
     qal::base::wipe(a, sizeof a);
 }
 
-void kuznyechik_block_dec_portable(uint8_t *block, const uint8_t *rk)
+static void decrypt(uint8_t *block, const uint8_t *rk)
 {
     uint8_t a[16];
     memcpy(a, block, 16);
@@ -146,7 +149,7 @@ void kuznyechik_block_dec_portable(uint8_t *block, const uint8_t *rk)
     qal::base::wipe(a, sizeof a);
 }
 
-void kuzn_setup_keys_portable(uint8_t *rk, const uint8_t *key)
+static void setup_keys(uint8_t *rk, const uint8_t *key)
 {
     struct {
         uint8_t a1[16], a0[16], sum[16], constant[16];
@@ -172,6 +175,21 @@ void kuzn_setup_keys_portable(uint8_t *rk, const uint8_t *key)
         }
     }
     qal::base::wipe(&s, sizeof s);
+}
+
+void kuzn_block_enc_portable(uint8_t *block, const uint8_t *rk)
+{
+    qal::base::run_on_wiped_stack<depth>([=] { encrypt(block, rk); });
+}
+
+void kuznyechik_block_dec_portable(uint8_t *block, const uint8_t *rk)
+{
+    qal::base::run_on_wiped_stack<depth>([=] { decrypt(block, rk); });
+}
+
+void kuzn_setup_keys_portable(uint8_t *rk, const uint8_t *key)
+{
+    qal::base::run_on_wiped_stack<depth>([=] { setup_keys(rk, key); });
 }
 
 void kuznyechik_ctr_blocks_portable(const uint8_t *rk, uint32_t *counter, const uint8_t *in,

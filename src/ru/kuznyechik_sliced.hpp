@@ -63,7 +63,6 @@ public:
     }
     Sliced(const Sliced &) = delete;
     Sliced &operator=(const Sliced &) = delete;
-    [[gnu::always_inline]] ~Sliced() { qal::base::wipe(keys_, sizeof keys_); }
 
     // out = in ^ key stream for the blocks from the counter on.
     [[gnu::always_inline]] void run(uint128 counter, const uint8_t *in, uint8_t *out) const
@@ -191,24 +190,26 @@ template<typename Vector, size_t enough, typename Encrypt>
     using Slices = Sliced<Vector>;
     uint128 counter = load_counter(words);
     if (blocks >= enough) {
-        const Slices slices(rk);
-        for (; blocks >= Slices::blocks; blocks -= Slices::blocks) {
-            slices.run(counter, in, out);
-            counter += Slices::blocks;
-            in += Slices::size;
-            out += Slices::size;
-        }
-        if (blocks >= enough) {
-            alignas(64) uint8_t buffer[Slices::size];
-            const size_t size = blocks * kuznyechik_block;
-            memcpy(buffer, in, size);
-            memset(buffer + size, 0, Slices::size - size);
-            slices.run(counter, buffer, buffer);
-            memcpy(out, buffer, size);
-            qal::base::wipe(buffer, sizeof buffer);
-            counter += blocks;
-            blocks = 0;
-        }
+        constexpr size_t depth = sizeof(Slices) + Slices::size + 2048;
+        qal::base::run_on_wiped_stack<depth>([&] {
+            const Slices slices(rk);
+            for (; blocks >= Slices::blocks; blocks -= Slices::blocks) {
+                slices.run(counter, in, out);
+                counter += Slices::blocks;
+                in += Slices::size;
+                out += Slices::size;
+            }
+            if (blocks >= enough) {
+                alignas(64) uint8_t buffer[Slices::size];
+                const size_t size = blocks * kuznyechik_block;
+                memcpy(buffer, in, size);
+                memset(buffer + size, 0, Slices::size - size);
+                slices.run(counter, buffer, buffer);
+                memcpy(out, buffer, size);
+                counter += blocks;
+                blocks = 0;
+            }
+        });
     }
     for (; blocks > 0; blocks--) {
         uint8_t gamma[kuznyechik_block];

@@ -6,6 +6,7 @@
 // j of word i after S and M(r, i) are the 8x8 blocks of the standard's matrix. Lane r of the sums
 // holds the bytes r of all output words: it takes products of all lanes i, which come by in four
 // exchanges of the lanes of each register. A transposition of 8x8 bytes ends it.
+#include "base/wipe.hpp"
 #include "ru/pi_avx2.hpp"
 #include "ru/streebog_kernels.hpp"
 #include "ru/streebog_matrix.hpp"
@@ -114,26 +115,31 @@ Block compress(const Block &h, const Block &m, const Block &N)
 
 } // namespace
 
+// What the compiler keeps on the stack of blocks and states.
+constexpr size_t depth = 1024;
+
 void streebog_lpsx64_avx2_gfni(uint8_t *out, const uint8_t *a, const uint8_t *b)
 {
-    store(out, lps(load(a) ^ load(b)));
+    base::run_on_wiped_stack<depth>([=] { store(out, lps(load(a) ^ load(b))); });
 }
 
 void streebog_gN_avx2_gfni(uint8_t *h, const uint8_t *m, const uint8_t *N)
 {
-    store(h, compress(load(h), load(m), load(N)));
+    base::run_on_wiped_stack<depth>([=] { store(h, compress(load(h), load(m), load(N))); });
 }
 
 void streebog_blocks_avx2_gfni(streebog_ctx *ctx, const uint8_t *blocks, size_t n, uint64_t bits)
 {
-    Block h = load(ctx->h);
-    for (; n > 0; n--, blocks += 64) {
-        const Block N = load(reinterpret_cast<const uint8_t *>(ctx->N));
-        add_word(ctx->N, bits);
-        add_block(ctx->sigma, blocks);
-        h = compress(h, load(blocks), N);
-    }
-    store(ctx->h, h);
+    base::run_on_wiped_stack<depth>([=]() mutable {
+        Block h = load(ctx->h);
+        for (; n > 0; n--, blocks += 64) {
+            const Block N = load(reinterpret_cast<const uint8_t *>(ctx->N));
+            add_word(ctx->N, bits);
+            add_block(ctx->sigma, blocks);
+            h = compress(h, load(blocks), N);
+        }
+        store(ctx->h, h);
+    });
 }
 
 } // namespace qal::ru

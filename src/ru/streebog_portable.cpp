@@ -5,6 +5,7 @@
 // the words apart, and one row of tables is finished before the next begins: without the barriers
 // both compilers reorder the look-ups until values spill.
 #include "base/bytes.hpp"
+#include "base/wipe.hpp"
 #include "ru/streebog_kernels.hpp"
 #include "ru/streebog_sums.hpp"
 
@@ -114,25 +115,30 @@ Block compress(const Block &h, const Block &m, const Block &N)
 
 } // namespace
 
+// What the compiler keeps on the stack of blocks and states.
+constexpr size_t depth = 1024;
+
 void streebog_lpsx64_portable(uint8_t *out, const uint8_t *a, const uint8_t *b)
 {
-    store(out, lps(load(a) ^ load(b)));
+    base::run_on_wiped_stack<depth>([=] { store(out, lps(load(a) ^ load(b))); });
 }
 
 void streebog_gN_portable(uint8_t *h, const uint8_t *m, const uint8_t *N)
 {
-    store(h, compress(load(h), load(m), load(N)));
+    base::run_on_wiped_stack<depth>([=] { store(h, compress(load(h), load(m), load(N))); });
 }
 
 void streebog_blocks_portable(streebog_ctx *ctx, const uint8_t *blocks, size_t n, uint64_t bits)
 {
-    Block h = load(ctx->h);
-    for (; n > 0; n--, blocks += 64) {
-        h = compress(h, load(blocks), load(reinterpret_cast<const uint8_t *>(ctx->N)));
-        add_word(ctx->N, bits);
-        add_block(ctx->sigma, blocks);
-    }
-    store(ctx->h, h);
+    base::run_on_wiped_stack<depth>([=]() mutable {
+        Block h = load(ctx->h);
+        for (; n > 0; n--, blocks += 64) {
+            h = compress(h, load(blocks), load(reinterpret_cast<const uint8_t *>(ctx->N)));
+            add_word(ctx->N, bits);
+            add_block(ctx->sigma, blocks);
+        }
+        store(ctx->h, h);
+    });
 }
 
 } // namespace qal::ru
