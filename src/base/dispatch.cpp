@@ -13,6 +13,7 @@
 #include "gost28147/gr341194_kernels.hpp"
 #include "qalmath64/kernels.hpp"
 #include "qalmath64/montgomery.hpp"
+#include "qalmath64/secret_power.hpp"
 #include "ru/kuznyechik_kernels.hpp"
 #include "ru/streebog_kernels.hpp"
 
@@ -48,6 +49,16 @@ QAL_DISPATCH(gr341194_steps, {
 });
 
 } // namespace qal::gost
+
+namespace qal::math {
+
+using namespace qal::base;
+
+QAL_DISPATCH(power_secret, { return power_secret_portable; });
+
+QAL_DISPATCH(power_secret_pair, { return power_secret_pair_portable; });
+
+} // namespace qal::math
 
 namespace qal::ru {
 
