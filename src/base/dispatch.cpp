@@ -54,9 +54,17 @@ namespace qal::math {
 
 using namespace qal::base;
 
-QAL_DISPATCH(power_secret, { return power_secret_portable; });
+QAL_DISPATCH(power_secret, {
+    if (cpu & cpu_avx512)
+        return power_secret_avx512;
+    return power_secret_portable;
+});
 
-QAL_DISPATCH(power_secret_pair, { return power_secret_pair_portable; });
+QAL_DISPATCH(power_secret_pair, {
+    if (cpu & cpu_avx512)
+        return power_secret_pair_avx512;
+    return power_secret_pair_portable;
+});
 
 } // namespace qal::math
 

@@ -22,7 +22,8 @@ struct SecretPower {
 
 #define QAL_SECRET_POWERS(name, ...)                                                               \
     QAL_KERNEL void name(__VA_ARGS__);                                                             \
-    QAL_KERNEL void name##_portable(__VA_ARGS__)
+    QAL_KERNEL void name##_portable(__VA_ARGS__);                                                  \
+    QAL_KERNEL void name##_avx512(__VA_ARGS__)
 
 // n is at most 32; x^0 is 1 mod p. r may be e or p, and may overlap x in any way.
 QAL_SECRET_POWERS(power_secret, const SecretPower &power, size_t n, size_t bits);

@@ -2,6 +2,7 @@
 #include "base/cpu.hpp"
 #include "gost28147/g28147_kernels.hpp"
 #include "gost28147/gr341194_kernels.hpp"
+#include "qalmath64/secret_power.hpp"
 #include "ru/kuznyechik_kernels.hpp"
 #include "ru/streebog_kernels.hpp"
 
@@ -44,6 +45,10 @@ namespace qal::gost {
 RESOLVER(g28147_blocks);
 RESOLVER(gr341194_steps);
 } // namespace qal::gost
+namespace qal::math {
+RESOLVER(power_secret);
+RESOLVER(power_secret_pair);
+} // namespace qal::math
 namespace qal::ru {
 RESOLVER(kuznyechik_block_dec);
 RESOLVER(kuznyechik_ctr_blocks);
@@ -62,6 +67,15 @@ TEST(Dispatch, Gost28147)
                                                         {0, g28147_blocks_portable}});
     expect_first_possible(qal_resolve_gr341194_steps(),
                           {{cpu_avx512, gr341194_steps_avx512}, {0, gr341194_steps_portable}});
+}
+
+TEST(Dispatch, SecretPowers)
+{
+    using namespace qal::math;
+    expect_first_possible(qal_resolve_power_secret(),
+                          {{cpu_avx512, power_secret_avx512}, {0, power_secret_portable}});
+    expect_first_possible(qal_resolve_power_secret_pair(), {{cpu_avx512, power_secret_pair_avx512},
+                                                            {0, power_secret_pair_portable}});
 }
 
 TEST(Dispatch, Kuznyechik)

@@ -13,10 +13,12 @@ namespace {
 const std::vector<Variant<decltype(power_secret)>> singles = {
     {"dispatched", 0, power_secret},
     {"portable", 0, power_secret_portable},
+    {"avx512", qal::base::cpu_avx512, power_secret_avx512},
 };
 const std::vector<Variant<decltype(power_secret_pair)>> pairs = {
     {"dispatched", 0, power_secret_pair},
     {"portable", 0, power_secret_pair_portable},
+    {"avx512", qal::base::cpu_avx512, power_secret_pair_avx512},
 };
 
 mpz_class two_to(size_t bits)

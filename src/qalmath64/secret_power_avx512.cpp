@@ -1,0 +1,342 @@
+// Fixed windows over Montgomery products in digits of 52 bits; two exponentiations take turns
+// within each product.
+#include "base/wipe.hpp"
+#include "qalmath64/montgomery.hpp"
+#include "qalmath64/montgomery52_avx512.hpp"
+#include "qalmath64/secret_power.hpp"
+
+namespace qal::math {
+namespace {
+
+constexpr size_t most_entries = size_t{1} << widest_secret_window;
+
+// Digits of 52 bits of x, from bit `from` of it on.
+void split(Block *r, size_t blocks, const qald *x, size_t n, size_t from)
+{
+    auto *digits = reinterpret_cast<long long *>(r);
+    for (size_t i = 0; i < 4 * blocks; i++, from += 52) {
+        const size_t digit = from / 64, offset = from % 64;
+        qald bits = digit < n ? x[digit] >> offset : 0;
+        if (offset > 12 && digit + 1 < n)
+            bits |= x[digit + 1] << (64 - offset);
+        digits[i] = static_cast<long long>(bits & mask52);
+    }
+}
+
+// The digits of 64 bits of x, which has no more than n.
+void join(qald *r, size_t n, const Block *x, size_t blocks)
+{
+    const auto *digits = reinterpret_cast<const long long *>(x);
+    for (size_t i = 0; i < n; i++)
+        r[i] = 0;
+    for (size_t i = 0, to = 0; i < 4 * blocks && to < 64 * n; i++, to += 52) {
+        const size_t digit = to / 64, offset = to % 64;
+        const auto bits = static_cast<qald>(digits[i]);
+        r[digit] |= bits << offset;
+        if (offset > 12 && digit + 1 < n)
+            r[digit + 1] |= bits >> (64 - offset);
+    }
+}
+
+void increment(qald *x, size_t n)
+{
+    qald carry = 1;
+    for (size_t i = 0; i < n; i++) {
+        const uint128 sum = uint128{x[i]} + carry;
+        x[i] = static_cast<qald>(sum);
+        carry = static_cast<qald>(sum >> 64);
+    }
+}
+
+// For p of at least four digits.
+void prepare(Modulus52 &m, const qald *p, size_t n, size_t blocks)
+{
+    // k = -1/p modulo 2^256: what makes 1 + k p vanish, digit by digit.
+    const qald c = montgomery_constant(p[0]);
+    qald k[4], rest[4] = {1}, multiple[most_secret_digits + 4];
+    for (size_t i = 0; i < 4; i++) {
+        k[i] = rest[i] * c;
+        qal_addmul_row(rest + i, p, 4 - i, k[i]);
+    }
+    split(m.p, blocks, p, n, 0);
+    m.k = _mm256_set1_epi64x(static_cast<long long>(k[0] & mask52));
+    multiple[n] = qal_mul_row(multiple, p, n, k[0] & mask52);
+    increment(multiple, n + 1);
+    split(m.p1, blocks, multiple, n + 1, 52);
+    k[3] &= 0xffff;
+    qal_mul_digits(multiple, p, n, k, 4);
+    increment(multiple, n + 4);
+    split(m.p4, blocks, multiple, n + 4, 208);
+    base::wipe(k, sizeof k);
+    base::wipe(rest, sizeof rest);
+    base::wipe(multiple, sizeof multiple);
+}
+
+// One of the exponentiations: a number, a factor for it, and the table of powers.
+struct Work {
+    const SecretPower *power;
+    Modulus52 m;
+    Block x[most_blocks], factor[most_blocks], square[most_blocks];
+    Block table[most_entries * most_blocks];
+};
+
+[[gnu::noinline]] void multiply(Work &w, size_t blocks)
+{
+    with_constant(blocks,
+                  [&]<size_t constant>() { multiply_blocks(w.x, w.x, w.factor, w.m, constant); });
+}
+
+[[gnu::noinline]] void square(Work &w, size_t blocks)
+{
+    with_constant(blocks, [&]<size_t constant>() { square_blocks(w.x, w.x, w.m, constant); });
+}
+
+// From six blocks on there is no time lost that another product could use.
+constexpr size_t most_paired_blocks = 5;
+
+[[gnu::noinline]] void multiply(Work &w, Work &v, size_t blocks)
+{
+    with_constant(blocks, [&]<size_t constant>() {
+        if constexpr (constant <= most_paired_blocks) {
+            multiply_pair(w.x, w.x, w.factor, w.m, v.x, v.x, v.factor, v.m, constant);
+        } else {
+            multiply(w, constant);
+            multiply(v, constant);
+        }
+    });
+}
+
+[[gnu::noinline]] void square(Work &w, Work &v, size_t blocks)
+{
+    with_constant(blocks, [&]<size_t constant>() {
+        if constexpr (constant <= most_paired_blocks) {
+            square_pair(w.x, w.x, w.m, v.x, v.x, v.m, constant);
+        } else {
+            square(w, constant);
+            square(v, constant);
+        }
+    });
+}
+
+[[gnu::noinline]] void normalise(Work &w, size_t blocks)
+{
+    with_constant(blocks, [&]<size_t constant>() { normalise(w.x, w.x, constant); });
+}
+
+void copy(Block *to, const Block *from, size_t blocks)
+{
+    for (size_t j = 0; j < blocks; j++)
+        to[j] = from[j];
+}
+
+void set_small(Block *x, size_t blocks, long long value)
+{
+    for (size_t j = 0; j < blocks; j++)
+        x[j] = _mm256_set_epi64x(0, 0, 0, j == 0 ? value : 0);
+}
+
+// Blocks `first` to `first + count` of one entry of a table; the same of all others are read, too.
+template<size_t count>
+void read_blocks(Block *x, const Block *table, unsigned entry, size_t entries, size_t blocks)
+{
+    Block sum[count];
+    for (Block &block : sum)
+        block = _mm256_setzero_si256();
+    const Block wanted = _mm256_set1_epi64x(entry);
+    for (size_t k = 0; k < entries; k++, table += blocks) {
+        const __mmask8 here =
+            _mm256_cmpeq_epi64_mask(_mm256_set1_epi64x(static_cast<long long>(k)), wanted);
+        for (size_t j = 0; j < count; j++)
+            sum[j] = _mm256_mask_mov_epi64(sum[j], here, table[j]);
+    }
+    for (size_t j = 0; j < count; j++)
+        x[j] = sum[j];
+}
+
+void read(Block *x, const Block *table, unsigned entry, size_t entries, size_t blocks)
+{
+    size_t j = 0;
+    for (; j + 5 <= blocks; j += 5)
+        read_blocks<5>(x + j, table + j, entry, entries, blocks);
+    if (blocks - j == 4)
+        read_blocks<4>(x + j, table + j, entry, entries, blocks);
+    else if (blocks - j == 3)
+        read_blocks<3>(x + j, table + j, entry, entries, blocks);
+    else if (blocks - j == 2)
+        read_blocks<2>(x + j, table + j, entry, entries, blocks);
+    else if (blocks - j == 1)
+        read_blocks<1>(x + j, table + j, entry, entries, blocks);
+}
+
+// One exponentiation or two, step by step alike.
+class Powers {
+public:
+    Powers(Work *works, size_t count, size_t n, size_t bits)
+        : works_(works), count_(count), n_(n), bits_(bits), blocks_(blocks_for(n))
+    {
+    }
+
+    void raise()
+    {
+        const unsigned w = secret_window(bits_);
+        const size_t entries = size_t{1} << w;
+        fill(entries);
+        size_t position = (bits_ + w - 1) / w * w;
+        each([&](Work &work) {
+            const unsigned window =
+                position == 0 ? 0 : exponent_window(work.power->e, bits_, position - w, w);
+            read(work.x, work.table, window, entries, blocks_);
+        });
+        for (position -= position == 0 ? 0 : w; position > 0;) {
+            position -= w;
+            for (unsigned i = 0; i < w; i++)
+                square_all();
+            each([&](Work &work) {
+                const unsigned window = exponent_window(work.power->e, bits_, position, w);
+                read(work.factor, work.table, window, entries, blocks_);
+            });
+            multiply_all();
+        }
+        each([&](Work &work) { set_small(work.factor, blocks_, 1); });
+        multiply_all();
+        each([&](Work &work) { finish(work); });
+    }
+
+private:
+    template<class Action>
+    void each(Action action)
+    {
+        for (size_t i = 0; i < count_; i++)
+            action(works_[i]);
+    }
+
+    void multiply_all()
+    {
+        if (count_ == 1)
+            multiply(works_[0], blocks_);
+        else
+            multiply(works_[0], works_[1], blocks_);
+    }
+
+    void square_all()
+    {
+        if (count_ == 1)
+            square(works_[0], blocks_);
+        else
+            square(works_[0], works_[1], blocks_);
+    }
+
+    // The powers of x from 0 to entries - 1.
+    void fill(size_t entries)
+    {
+        // R^2, out of 2^(13 blocks) R by four squares.
+        each([&](Work &work) {
+            const SecretPower &power = *work.power;
+            qald residue[most_secret_digits];
+            prepare(work.m, power.p, n_, blocks_);
+            power_of_two_secret(residue, 221 * blocks_, power.p, n_);
+            split(work.x, blocks_, residue, n_, 0);
+            base::wipe(residue, sizeof residue);
+        });
+        for (int i = 0; i < 4; i++)
+            square_all();
+        // The base's part below R times R^2, and the other one times R^3.
+        each([&](Work &work) {
+            copy(work.factor, work.x, blocks_);
+            copy(work.square, work.x, blocks_);
+        });
+        multiply_all();
+        each([&](Work &work) {
+            copy(work.factor, work.x, blocks_);
+            split(work.x, blocks_, work.power->x, 2 * n_, 208 * blocks_);
+        });
+        multiply_all();
+        each([&](Work &work) {
+            copy(entry(work, 1), work.x, blocks_);
+            copy(work.factor, work.square, blocks_);
+            split(work.x, blocks_, work.power->x, 2 * n_, 0);
+        });
+        multiply_all();
+        each([&](Work &work) {
+            for (size_t j = 0; j < blocks_; j++)
+                work.x[j] = add(work.x[j], entry(work, 1)[j]);
+            normalise(work, blocks_);
+            copy(entry(work, 1), work.x, blocks_);
+            set_small(work.x, blocks_, 1);
+        });
+        multiply_all();
+        each([&](Work &work) {
+            copy(entry(work, 0), work.x, blocks_);
+            copy(work.factor, entry(work, 1), blocks_);
+        });
+        for (size_t i = 2; i < entries; i++) {
+            each([&](Work &work) { copy(work.x, entry(work, i % 2 ? i - 1 : i / 2), blocks_); });
+            if (i % 2)
+                multiply_all();
+            else
+                square_all();
+            each([&](Work &work) { copy(entry(work, i), work.x, blocks_); });
+        }
+    }
+
+    Block *entry(Work &work, size_t i) const { return work.table + i * blocks_; }
+
+    // Out of Montgomery form the number is below 3p.
+    void finish(Work &work) const
+    {
+        qald x[most_secret_digits + 1], p[most_secret_digits + 1];
+        join(x, n_ + 1, work.x, blocks_);
+        for (size_t i = 0; i < n_; i++)
+            p[i] = work.power->p[i];
+        p[n_] = 0;
+        qald y[most_secret_digits + 1];
+        subtract_once(y, x, 0, p, n_ + 1);
+        subtract_once(x, y, 0, p, n_ + 1);
+        for (size_t i = 0; i < n_; i++)
+            work.power->r[i] = x[i];
+        base::wipe(x, sizeof x);
+        base::wipe(y, sizeof y);
+        base::wipe(p, sizeof p);
+    }
+
+    Work *works_;
+    size_t count_, n_, bits_, blocks_;
+};
+
+// Products keep their columns on the stack, where this array then lies.
+[[gnu::noinline]] void wipe_stack()
+{
+    uint8_t stack[4096];
+    base::wipe(stack, sizeof stack);
+}
+
+// Fewer digits gain nothing here.
+constexpr size_t fewest_digits = 4;
+
+} // namespace
+
+void power_secret_avx512(const SecretPower &power, size_t n, size_t bits)
+{
+    if (n < fewest_digits)
+        return power_secret_portable(power, n, bits);
+    Work work;
+    work.power = &power;
+    Powers(&work, 1, n, bits).raise();
+    base::wipe(&work, sizeof work);
+    wipe_stack();
+}
+
+void power_secret_pair_avx512(const SecretPower &first, const SecretPower &second, size_t n,
+                              size_t bits)
+{
+    if (n < fewest_digits)
+        return power_secret_pair_portable(first, second, n, bits);
+    Work works[2];
+    works[0].power = &first;
+    works[1].power = &second;
+    Powers(works, 2, n, bits).raise();
+    base::wipe(works, sizeof works);
+    wipe_stack();
+}
+
+} // namespace qal::math
