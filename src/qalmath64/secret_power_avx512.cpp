@@ -140,15 +140,18 @@ template<size_t count>
 void read_blocks(Block *x, const Block *table, unsigned entry, size_t entries, size_t blocks)
 {
     Block sum[count];
-    for (Block &block : sum)
-        block = _mm256_setzero_si256();
+    QAL_UNROLL
+    for (size_t j = 0; j < count; j++)
+        sum[j] = _mm256_setzero_si256();
     const Block wanted = _mm256_set1_epi64x(entry);
     for (size_t k = 0; k < entries; k++, table += blocks) {
         const __mmask8 here =
             _mm256_cmpeq_epi64_mask(_mm256_set1_epi64x(static_cast<long long>(k)), wanted);
+        QAL_UNROLL
         for (size_t j = 0; j < count; j++)
             sum[j] = _mm256_mask_mov_epi64(sum[j], here, table[j]);
     }
+    QAL_UNROLL
     for (size_t j = 0; j < count; j++)
         x[j] = sum[j];
 }
