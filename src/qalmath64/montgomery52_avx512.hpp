@@ -11,9 +11,9 @@
 //
 // The sums of products that belong at one of four distances from a block's beginning have an
 // accumulator each: lower halves of a[j] b[s] at s, upper halves at s + 1, where 4 is 0 of the next
-// block. So no operand is ever moved by a digit; the accumulators are, once for each block, when
-// they are added up to columns. A column takes 17 summands below 2^52 in each step, and stays below
-// 2^61 for thirty; it is brought to a digit at the end.
+// block. So no operand is ever moved by a digit. The accumulators are: those of the lowest block at
+// each step, when they are added up to columns, all others at the end. A column has no more than 17
+// summands below 2^52 from each step, and stays below 2^60.
 //
 // Q is q0 + q1 W + q2 W^2 + q3 W^3 times p' = k p, which is -1 modulo W^4. So the q are what shall
 // vanish, as it stands, and what they leave is q times p4 = (p' + 1) / W^4, as many digits as p,
@@ -98,48 +98,77 @@ template<int count>
     return _mm256_alignr_epi64(x, below, 4 - count);
 }
 
-// A block's sums at each of the four distances, and those of the next block at the first.
+// The sums of T's blocks at each of the four distances. Whatever is indexed is so by constants: the
+// loops are unrolled, and up to five blocks stay in registers.
+template<size_t blocks>
 struct Sums {
-    Block at0, at1, at2, at3, next;
+    Block at0[blocks + 1], at1[blocks + 1], at2[blocks + 1], at3[blocks + 1];
 };
 
-[[gnu::always_inline]] inline Sums sums_from(Block at0)
+// Adds a (b0, b1, b2, b3) from block j on.
+template<size_t blocks>
+[[gnu::always_inline]] inline void add_products(Sums<blocks> &s, size_t j, Block a,
+                                                const Block b[4])
 {
-    const Block zero = _mm256_setzero_si256();
-    return {at0, zero, zero, zero, zero};
-}
-
-// Adds a (b0, b1, b2, b3).
-[[gnu::always_inline]] inline void add_products(Sums &s, Block a, const Block b[4])
-{
-    s.at0 = lo(s.at0, a, b[0]);
-    s.at1 = hi(s.at1, a, b[0]);
-    s.at2 = hi(s.at2, a, b[1]);
-    s.at3 = hi(s.at3, a, b[2]);
-    s.next = hi(s.next, a, b[3]);
-    s.at1 = lo(s.at1, a, b[1]);
-    s.at2 = lo(s.at2, a, b[2]);
-    s.at3 = lo(s.at3, a, b[3]);
+    s.at0[j] = lo(s.at0[j], a, b[0]);
+    s.at1[j] = hi(s.at1[j], a, b[0]);
+    s.at2[j] = hi(s.at2[j], a, b[1]);
+    s.at3[j] = hi(s.at3[j], a, b[2]);
+    s.at0[j + 1] = hi(s.at0[j + 1], a, b[3]);
+    s.at1[j] = lo(s.at1[j], a, b[1]);
+    s.at2[j] = lo(s.at2[j], a, b[2]);
+    s.at3[j] = lo(s.at3[j], a, b[3]);
 }
 
 // Adds (q0, q1, q2) p1 W and q3 p.
-[[gnu::always_inline]] inline void add_last_multiples(Sums &s, Block p1, Block p, const Block q[4])
+template<size_t blocks>
+[[gnu::always_inline]] inline void add_last_multiples(Sums<blocks> &s, size_t j, Block p1, Block p,
+                                                      const Block q[4])
 {
-    s.at1 = lo(s.at1, p1, q[0]);
-    s.at2 = hi(s.at2, p1, q[0]);
-    s.at3 = hi(s.at3, p1, q[1]);
-    s.next = hi(s.next, p1, q[2]);
-    s.at2 = lo(s.at2, p1, q[1]);
-    s.at3 = lo(s.at3, p1, q[2]);
-    s.next = hi(s.next, p, q[3]);
-    s.at3 = lo(s.at3, p, q[3]);
+    s.at1[j] = lo(s.at1[j], p1, q[0]);
+    s.at2[j] = hi(s.at2[j], p1, q[0]);
+    s.at3[j] = hi(s.at3[j], p1, q[1]);
+    s.at0[j + 1] = hi(s.at0[j + 1], p1, q[2]);
+    s.at2[j] = lo(s.at2[j], p1, q[1]);
+    s.at3[j] = lo(s.at3[j], p1, q[2]);
+    s.at0[j + 1] = hi(s.at0[j + 1], p, q[3]);
+    s.at3[j] = lo(s.at3[j], p, q[3]);
 }
 
-// A block's columns, all distances added up.
-[[gnu::always_inline]] inline Block columns(const Sums &s, const Sums &before)
+// The lowest block's columns.
+template<size_t blocks>
+[[gnu::always_inline]] inline Block lowest(const Sums<blocks> &s)
 {
-    return add(add(s.at0, move_up<1>(s.at1, before.at1)),
-               add(move_up<2>(s.at2, before.at2), move_up<3>(s.at3, before.at3)));
+    const Block zero = _mm256_setzero_si256();
+    return add(add(s.at0[0], move_up<1>(s.at1[0], zero)),
+               add(move_up<2>(s.at2[0], zero), move_up<3>(s.at3[0], zero)));
+}
+
+// The columns of block j, which is not the lowest.
+template<size_t blocks>
+[[gnu::always_inline]] inline Block columns(const Sums<blocks> &s, size_t j)
+{
+    return add(add(s.at0[j], move_up<1>(s.at1[j], s.at1[j - 1])),
+               add(move_up<2>(s.at2[j], s.at2[j - 1]), move_up<3>(s.at3[j], s.at3[j - 1])));
+}
+
+// T / W^4, where the lowest block, which carries `carry`, has vanished but for what of its sums
+// belongs to the next one.
+template<size_t blocks>
+[[gnu::always_inline]] inline void drop_lowest(Sums<blocks> &s, Block carry)
+{
+    const Block zero = _mm256_setzero_si256();
+    s.at0[1] =
+        add(add(s.at0[1], carry), add(move_up<1>(zero, s.at1[0]),
+                                      add(move_up<2>(zero, s.at2[0]), move_up<3>(zero, s.at3[0]))));
+    QAL_UNROLL
+    for (size_t j = 0; j < blocks; j++) {
+        s.at0[j] = s.at0[j + 1];
+        s.at1[j] = s.at1[j + 1];
+        s.at2[j] = s.at2[j + 1];
+        s.at3[j] = s.at3[j + 1];
+    }
+    s.at0[blocks] = zero;
 }
 
 // What a column carries to the next one, alone in its place.
@@ -193,115 +222,13 @@ template<int column>
     return carry_of<3>(lo(low, move_up<3>(m.p[0], zero), q[3]));
 }
 
-[[gnu::always_inline]] inline void broadcast_all(Block b[4], const Block *digits)
+[[gnu::always_inline]] inline void broadcast_all(Block b[4], const Block &digits)
 {
-    const auto *from = reinterpret_cast<const long long *>(digits);
-    for (int s = 0; s < 4; s++)
-        b[s] = _mm256_set1_epi64x(from[s]);
-}
-
-// A product that is being made: the columns from the second block on, and of the step to come the
-// lowest block's sums and multiples. Where two products are made, their steps take turns, so that
-// each finds its multiples while the other multiplies.
-struct Product52 {
-    Block t[most_blocks + 1];
-    Sums first;
-    Block q[4];
-};
-
-// The second factor's blocks: all of a for a product with anything else. In a square the products
-// of different blocks are made once and doubled: step i takes block i of a, those behind it of 2a,
-// and none before it. The bit that block i of 2a carries into the next one does not belong there.
-struct Whole {
-    const Block *a;
-    [[gnu::always_inline]] bool has(size_t) const { return true; }
-    [[gnu::always_inline]] Block operator[](size_t j) const { return a[j]; }
-};
-struct Doubled {
-    const Block *a, *twice;
-    size_t i;
-    [[gnu::always_inline]] bool has(size_t j) const { return j >= i; }
-    [[gnu::always_inline]] Block operator[](size_t j) const
-    {
-        return j == i       ? a[j]
-               : j == i + 1 ? _mm256_and_si256(twice[j], _mm256_set_epi64x(-1, -1, -1, -2))
-                            : twice[j];
-    }
-};
-
-// The lowest block of a step, on which it is `low` that is known so far.
-template<class Factor>
-[[gnu::always_inline]] inline void begin_step(Product52 &x, Block low, Factor a, const Block *b,
-                                              const Modulus52 &m, bool last)
-{
-    const Block zero = _mm256_setzero_si256();
-    x.first = sums_from(zero);
-    if (a.has(0)) {
-        Block digits[4];
-        broadcast_all(digits, b);
-        add_products(x.first, a[0], digits);
-        low = add(low, columns(x.first, sums_from(zero)));
-    }
-    const Block carry = last ? find_last_multiples(x.q, low, m) : find_multiples(x.q, low);
-    x.first.next = add(x.first.next, carry);
-}
-
-// The step's other blocks. The lowest block of what comes out goes to `use` as soon as it is there.
-template<class Factor, class Use>
-[[gnu::always_inline]] inline void finish_step(Product52 &x, Factor a, const Block *b,
-                                               const Modulus52 &m, size_t blocks, bool last,
-                                               Use use)
-{
-    Block digits[4], q[4] = {x.q[0], x.q[1], x.q[2], x.q[3]};
-    broadcast_all(digits, b);
-    Sums before = x.first;
-    if (last)
-        add_last_multiples(before, m.p1[0], m.p[0], q);
-    QAL_UNROLL
-    for (size_t j = 1; j < blocks; j++) {
-        Sums s = sums_from(before.next);
-        if (a.has(j))
-            add_products(s, a[j], digits);
-        if (last)
-            add_last_multiples(s, m.p1[j], m.p[j], q);
-        else
-            add_products(s, m.p4[j - 1], q);
-        const Block column = add(columns(s, before), x.t[j]);
-        if (j == 1)
-            use(column);
-        else
-            x.t[j - 1] = column;
-        before = s;
-    }
-    Sums s = sums_from(before.next);
-    if (!last)
-        add_products(s, m.p4[blocks - 1], q);
-    x.t[blocks - 1] = add(columns(s, before), x.t[blocks]);
-    if (!last)
-        x.t[blocks] = columns(sums_from(s.next), s);
-}
-
-template<class Factor>
-[[gnu::always_inline]] inline void step(Product52 &x, Factor a, Factor next, const Block *b,
-                                        const Modulus52 &m, size_t blocks, bool before_last)
-{
-    finish_step(x, a, b, m, blocks, false, [&](Block low) [[gnu::always_inline]] {
-        begin_step(x, low, next, b + 1, m, before_last);
-    });
-}
-
-template<class Factor>
-[[gnu::always_inline]] inline void last_step(Product52 &x, Factor a, const Block *b,
-                                             const Modulus52 &m, size_t blocks)
-{
-    finish_step(x, a, b, m, blocks, true, [&](Block low) [[gnu::always_inline]] { x.t[0] = low; });
-}
-
-[[gnu::always_inline]] inline void clear(Block *t, size_t blocks)
-{
-    QAL_UNROLL
-    for (size_t j = 0; j < blocks; j++)
-        t[j] = _mm256_setzero_si256();
+    const auto *from = reinterpret_cast<const long long *>(&digits);
+    b[0] = _mm256_set1_epi64x(from[0]);
+    b[1] = _mm256_set1_epi64x(from[1]);
+    b[2] = _mm256_set1_epi64x(from[2]);
+    b[3] = _mm256_set1_epi64x(from[3]);
 }
 
 // r = 2a, below R.
@@ -343,86 +270,87 @@ template<class Factor>
     }
 }
 
-// r = a b / R; r may be a or b.
-[[gnu::always_inline]] inline void multiply_blocks(Block *r, const Block *a, const Block *b,
-                                                   const Modulus52 &m, size_t blocks)
+// The other factor of a square in step i: products of different blocks are made once and doubled,
+// so that it is block i of a, those behind it of 2a, and none before it. The bit that block i of 2a
+// carries into the next one does not belong there.
+[[gnu::always_inline]] inline Block doubled(const Block *a, const Block *twice_a, size_t i,
+                                            size_t j)
 {
-    Product52 x;
-    const Whole factor = {a};
-    clear(x.t, blocks + 1);
-    begin_step(x, x.t[0], factor, b, m, blocks == 1);
-    size_t i = 0;
-    for (; i + 2 < blocks; i++)
-        step(x, factor, factor, b + i, m, blocks, false);
-    step(x, factor, factor, b + i, m, blocks, true);
-    last_step(x, factor, b + i + 1, m, blocks);
-    normalise(r, x.t, blocks);
+    return j == i       ? a[j]
+           : j == i + 1 ? _mm256_and_si256(twice_a[j], _mm256_set_epi64x(-1, -1, -1, -2))
+                        : twice_a[j];
+}
+
+// r = a b / R; r may be a or b. twice_a, if given, is 2a, and b is a.
+//
+// As soon as a step's multiples are known, those of the next step are sought: they depend on the
+// lowest block alone, and are there when all others have been multiplied.
+template<size_t blocks, bool is_square>
+[[gnu::always_inline]] inline void multiply_blocks(Block *r, const Block *a, const Block *b,
+                                                   const Block *twice_a, const Modulus52 &m)
+{
+    Sums<blocks> s;
+    QAL_UNROLL
+    for (size_t j = 0; j <= blocks; j++)
+        s.at0[j] = s.at1[j] = s.at2[j] = s.at3[j] = _mm256_setzero_si256();
+
+    Block digits[4], q[4];
+    broadcast_all(digits, b[0]);
+    add_products(s, 0, a[0], digits);
+    Block carry = find_multiples(q, lowest(s));
+    QAL_UNROLL
+    for (size_t j = 1; j < blocks; j++)
+        add_products(s, j, is_square ? doubled(a, twice_a, 0, j) : a[j], digits);
+
+    QAL_UNROLL
+    for (size_t i = 1; i < blocks; i++) {
+        drop_lowest(s, carry);
+        broadcast_all(digits, b[i]);
+        add_products(s, 0, m.p4[0], q);
+        if (!is_square)
+            add_products(s, 0, a[0], digits);
+        Block next[4];
+        carry = i + 1 < blocks ? find_multiples(next, lowest(s))
+                               : find_last_multiples(next, lowest(s), m);
+        QAL_UNROLL
+        for (size_t j = 1; j < blocks; j++) {
+            add_products(s, j, m.p4[j], q);
+            if (!is_square)
+                add_products(s, j, a[j], digits);
+            else if (j >= i)
+                add_products(s, j, doubled(a, twice_a, i, j), digits);
+        }
+        q[0] = next[0];
+        q[1] = next[1];
+        q[2] = next[2];
+        q[3] = next[3];
+    }
+
+    QAL_UNROLL
+    for (size_t j = 0; j < blocks; j++)
+        add_last_multiples(s, j, m.p1[j], m.p[j], q);
+    s.at0[1] = add(s.at0[1], carry);
+    Block t[blocks];
+    QAL_UNROLL
+    for (size_t j = 0; j < blocks; j++)
+        t[j] = columns(s, j + 1);
+    normalise(r, t, blocks);
+}
+
+template<size_t blocks>
+[[gnu::always_inline]] inline void multiply52(Block *r, const Block *a, const Block *b,
+                                              const Modulus52 &m)
+{
+    multiply_blocks<blocks, false>(r, a, b, nullptr, m);
 }
 
 // r = a^2 / R; r may be a.
-[[gnu::always_inline]] inline void square_blocks(Block *r, const Block *a, const Modulus52 &m,
-                                                 size_t blocks)
+template<size_t blocks>
+[[gnu::always_inline]] inline void square52(Block *r, const Block *a, const Modulus52 &m)
 {
-    Product52 x;
-    Block d[most_blocks];
-    clear(x.t, blocks + 1);
-    twice(d, a, blocks);
-    begin_step(x, x.t[0], Doubled{a, d, 0}, a, m, blocks == 1);
-    size_t i = 0;
-    for (; i + 2 < blocks; i++)
-        step(x, Doubled{a, d, i}, Doubled{a, d, i + 1}, a + i, m, blocks, false);
-    step(x, Doubled{a, d, i}, Doubled{a, d, i + 1}, a + i, m, blocks, true);
-    last_step(x, Doubled{a, d, i + 1}, a + i + 1, m, blocks);
-    normalise(r, x.t, blocks);
-}
-
-[[gnu::always_inline]] inline void multiply_pair(Block *r0, const Block *a0, const Block *b0,
-                                                 const Modulus52 &m0, Block *r1, const Block *a1,
-                                                 const Block *b1, const Modulus52 &m1,
-                                                 size_t blocks)
-{
-    Product52 x, y;
-    const Whole f0 = {a0}, f1 = {a1};
-    clear(x.t, blocks + 1);
-    clear(y.t, blocks + 1);
-    begin_step(x, x.t[0], f0, b0, m0, blocks == 1);
-    begin_step(y, y.t[0], f1, b1, m1, blocks == 1);
-    size_t i = 0;
-    for (; i + 2 < blocks; i++) {
-        step(x, f0, f0, b0 + i, m0, blocks, false);
-        step(y, f1, f1, b1 + i, m1, blocks, false);
-    }
-    step(x, f0, f0, b0 + i, m0, blocks, true);
-    step(y, f1, f1, b1 + i, m1, blocks, true);
-    last_step(x, f0, b0 + i + 1, m0, blocks);
-    last_step(y, f1, b1 + i + 1, m1, blocks);
-    normalise(r0, x.t, blocks);
-    normalise(r1, y.t, blocks);
-}
-
-[[gnu::always_inline]] inline void square_pair(Block *r0, const Block *a0, const Modulus52 &m0,
-                                               Block *r1, const Block *a1, const Modulus52 &m1,
-                                               size_t blocks)
-{
-    Product52 x, y;
-    Block d0[most_blocks], d1[most_blocks];
-    clear(x.t, blocks + 1);
-    clear(y.t, blocks + 1);
-    twice(d0, a0, blocks);
-    twice(d1, a1, blocks);
-    begin_step(x, x.t[0], Doubled{a0, d0, 0}, a0, m0, blocks == 1);
-    begin_step(y, y.t[0], Doubled{a1, d1, 0}, a1, m1, blocks == 1);
-    size_t i = 0;
-    for (; i + 2 < blocks; i++) {
-        step(x, Doubled{a0, d0, i}, Doubled{a0, d0, i + 1}, a0 + i, m0, blocks, false);
-        step(y, Doubled{a1, d1, i}, Doubled{a1, d1, i + 1}, a1 + i, m1, blocks, false);
-    }
-    step(x, Doubled{a0, d0, i}, Doubled{a0, d0, i + 1}, a0 + i, m0, blocks, true);
-    step(y, Doubled{a1, d1, i}, Doubled{a1, d1, i + 1}, a1 + i, m1, blocks, true);
-    last_step(x, Doubled{a0, d0, i + 1}, a0 + i + 1, m0, blocks);
-    last_step(y, Doubled{a1, d1, i + 1}, a1 + i + 1, m1, blocks);
-    normalise(r0, x.t, blocks);
-    normalise(r1, y.t, blocks);
+    Block twice_a[blocks];
+    twice(twice_a, a, blocks);
+    multiply_blocks<blocks, true>(r, a, a, twice_a, m);
 }
 
 } // namespace

@@ -83,39 +83,12 @@ struct Work {
 [[gnu::noinline]] void multiply(Work &w, size_t blocks)
 {
     with_constant(blocks,
-                  [&]<size_t constant>() { multiply_blocks(w.x, w.x, w.factor, w.m, constant); });
+                  [&]<size_t constant>() { multiply52<constant>(w.x, w.x, w.factor, w.m); });
 }
 
 [[gnu::noinline]] void square(Work &w, size_t blocks)
 {
-    with_constant(blocks, [&]<size_t constant>() { square_blocks(w.x, w.x, w.m, constant); });
-}
-
-// From six blocks on there is no time lost that another product could use.
-constexpr size_t most_paired_blocks = 5;
-
-[[gnu::noinline]] void multiply(Work &w, Work &v, size_t blocks)
-{
-    with_constant(blocks, [&]<size_t constant>() {
-        if constexpr (constant <= most_paired_blocks) {
-            multiply_pair(w.x, w.x, w.factor, w.m, v.x, v.x, v.factor, v.m, constant);
-        } else {
-            multiply(w, constant);
-            multiply(v, constant);
-        }
-    });
-}
-
-[[gnu::noinline]] void square(Work &w, Work &v, size_t blocks)
-{
-    with_constant(blocks, [&]<size_t constant>() {
-        if constexpr (constant <= most_paired_blocks) {
-            square_pair(w.x, w.x, w.m, v.x, v.x, v.m, constant);
-        } else {
-            square(w, constant);
-            square(v, constant);
-        }
-    });
+    with_constant(blocks, [&]<size_t constant>() { square52<constant>(w.x, w.x, w.m); });
 }
 
 [[gnu::noinline]] void normalise(Work &w, size_t blocks)
@@ -215,18 +188,12 @@ private:
 
     void multiply_all()
     {
-        if (count_ == 1)
-            multiply(works_[0], blocks_);
-        else
-            multiply(works_[0], works_[1], blocks_);
+        each([&](Work &work) { multiply(work, blocks_); });
     }
 
     void square_all()
     {
-        if (count_ == 1)
-            square(works_[0], blocks_);
-        else
-            square(works_[0], works_[1], blocks_);
+        each([&](Work &work) { square(work, blocks_); });
     }
 
     // The powers of x from 0 to entries - 1.
