@@ -13,6 +13,7 @@
 #include "gost28147/gr341194_kernels.hpp"
 #include "qalmath64/kernels.hpp"
 #include "qalmath64/montgomery.hpp"
+#include "qalmath64/odd_powers.hpp"
 #include "qalmath64/secret_power.hpp"
 #include "ru/kuznyechik_kernels.hpp"
 #include "ru/streebog_kernels.hpp"
@@ -53,6 +54,12 @@ QAL_DISPATCH(gr341194_steps, {
 namespace qal::math {
 
 using namespace qal::base;
+
+QAL_DISPATCH(raise_odd_powers, {
+    if (cpu & cpu_avx512)
+        return raise_odd_powers_avx512;
+    return raise_odd_powers_portable;
+});
 
 QAL_DISPATCH(power_secret, {
     if (cpu & cpu_avx512)

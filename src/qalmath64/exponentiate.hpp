@@ -37,6 +37,11 @@ inline MontgomeryForm usual_form(const qald *p)
     return {montgomery_constant(p[1]), static_cast<uint32_t>(64 * p[0]), p};
 }
 
+inline bool is_usual_form(uint32_t k, const qald *p)
+{
+    return is_odd(p) && k == 64 * p[0];
+}
+
 // Products reduced by division, for any p.
 struct PlainForm {
     const qald *p;
@@ -82,13 +87,15 @@ private:
     qald *current_ = buffers_[0], *other_ = buffers_[1];
 };
 
-// power = power^(2^b) * x^e, from the left, for e of b bits; entry i of the table, `stride` words
-// apart, is x^(2i + 1). Returns how many products it took besides the squares.
+// power = power^(2^bits) * x^f, from the left, where f is the lowest bits of e; entry i of the
+// table, `stride` words apart, is x^(2i + 1). Returns how many products it took besides the
+// squares.
 template<class Form>
-uint64_t raise(const Form &form, Power &power, const qald *table, size_t stride, const qald *e)
+uint64_t raise(const Form &form, Power &power, const qald *table, size_t stride, const qald *e,
+               uint64_t bits)
 {
     uint64_t products = 0;
-    for (uint64_t bits = qalbitlen(e, 1); bits > 0;) {
+    while (bits > 0) {
         int64_t length;
         const uint64_t window = qalgetslide(e, bits - 1, window_bits, &length);
         bits -= static_cast<uint64_t>(length);

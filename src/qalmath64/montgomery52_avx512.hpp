@@ -24,7 +24,8 @@
 #ifndef QAL_QALMATH64_MONTGOMERY52_AVX512_HPP
 #define QAL_QALMATH64_MONTGOMERY52_AVX512_HPP
 
-#include "qalmath64/digits.hpp"
+#include "base/wipe.hpp"
+#include "qalmath64/montgomery.hpp"
 
 #include <immintrin.h>
 
@@ -41,6 +42,7 @@ namespace {
 using Block = __m256i;
 
 constexpr size_t most_blocks = 10;
+constexpr size_t most_digits52 = 32; // of 64 bits
 constexpr uint64_t mask52 = (uint64_t{1} << 52) - 1;
 
 // Blocks for a modulus of n digits of 64 bits, out of those for which there is code. 208 bits are
@@ -351,6 +353,104 @@ template<size_t blocks>
     Block twice_a[blocks];
     twice(twice_a, a, blocks);
     multiply_blocks<blocks, true>(r, a, a, twice_a, m);
+}
+
+// Which of 32 bytes from the start-th of `size` bytes on there are.
+inline __mmask32 bytes_within(ptrdiff_t start, size_t size)
+{
+    const ptrdiff_t left = static_cast<ptrdiff_t>(size) - start;
+    uint32_t mask = left >= 32 ? ~uint32_t{0} : left <= 0 ? 0 : (uint32_t{1} << left) - 1;
+    if (start < 0)
+        mask = start <= -32 ? 0 : mask >> -start << -start;
+    return mask;
+}
+
+// Digits of 52 bits of x 2^(8 bytes), for x of n digits and bytes of either sign. A block is 26
+// bytes; its digits begin with byte 0, in the middle of byte 6, with byte 13, and in the middle of
+// byte 19.
+inline void split(Block *r, size_t blocks, const qald *x, size_t n, ptrdiff_t bytes)
+{
+    const Block places = _mm256_set_epi64x(0x1a19181716151413, 0x14131211100f0e0d,
+                                           0x0d0c0b0a09080706, 0x0706050403020100);
+    const Block offsets = _mm256_set_epi64x(4, 0, 4, 0);
+    const auto *from = reinterpret_cast<const uint8_t *>(x);
+    for (size_t j = 0; j < blocks; j++) {
+        const ptrdiff_t start = static_cast<ptrdiff_t>(26 * j) - bytes;
+        const Block in = _mm256_maskz_loadu_epi8(bytes_within(start, 8 * n), from + start);
+        r[j] = _mm256_and_si256(_mm256_srlv_epi64(_mm256_permutexvar_epi8(places, in), offsets),
+                                _mm256_set1_epi64x(mask52));
+    }
+}
+
+// The n lowest digits of 64 bits of x.
+inline void join(qald *r, size_t n, const Block *x, size_t blocks)
+{
+    const Block places =
+        _mm256_set_epi64x(0x1c1b, 0x1a19181716151413, 0x1211100c0b0a0908, 0x0706050403020100);
+    auto *to = reinterpret_cast<uint8_t *>(r);
+    for (size_t i = 0; i < n; i++)
+        r[i] = 0;
+    for (size_t j = 0; j < blocks; j++) {
+        // Of each two digits, the lower one with twelve bits of the other, and its forty others.
+        const Block upper = _mm256_unpackhi_epi64(_mm256_slli_epi64(x[j], 52), x[j]);
+        const Block pairs = _mm256_mask_srli_epi64(_mm256_or_si256(x[j], upper), 0xa, x[j], 12);
+        _mm256_mask_storeu_epi8(to + 26 * j,
+                                bytes_within(static_cast<ptrdiff_t>(26 * j), 8 * n) & 0x3ffffff,
+                                _mm256_permutexvar_epi8(places, pairs));
+    }
+}
+
+inline void increment(qald *x, size_t n)
+{
+    qald carry = 1;
+    for (size_t i = 0; i < n; i++) {
+        const uint128 sum = uint128{x[i]} + carry;
+        x[i] = static_cast<qald>(sum);
+        carry = static_cast<qald>(sum >> 64);
+    }
+}
+
+// For p of at least four digits.
+inline void prepare(Modulus52 &m, const qald *p, size_t n, size_t blocks)
+{
+    // k = -1/p modulo 2^256: what makes 1 + k p vanish, digit by digit.
+    const qald c = montgomery_constant(p[0]);
+    qald k[4], rest[4] = {1}, multiple[most_digits52 + 4];
+    for (size_t i = 0; i < 4; i++) {
+        k[i] = rest[i] * c;
+        qal_addmul_row(rest + i, p, 4 - i, k[i]);
+    }
+    split(m.p, blocks, p, n, 0);
+    m.k = _mm256_set1_epi64x(static_cast<long long>(k[0] & mask52));
+    multiple[n] = qal_mul_row(multiple, p, n, k[0] & mask52);
+    increment(multiple, n + 1);
+    shift_right(multiple, n + 1, 52);
+    split(m.p1, blocks, multiple, n + 1, 0);
+    k[3] &= 0xffff;
+    qal_mul_digits(multiple, p, n, k, 4);
+    increment(multiple, n + 4);
+    split(m.p4, blocks, multiple, n + 4, -26);
+    base::wipe(k, sizeof k);
+    base::wipe(rest, sizeof rest);
+    base::wipe(multiple, sizeof multiple);
+}
+
+// r = x modulo p of n digits, for x below 4p.
+inline void reduce_fully(qald *r, const Block *x, size_t blocks, const qald *p, size_t n)
+{
+    qald t[most_digits52 + 1], u[most_digits52 + 1], modulus[most_digits52 + 1];
+    join(t, n + 1, x, blocks);
+    for (size_t i = 0; i < n; i++)
+        modulus[i] = p[i];
+    modulus[n] = 0;
+    subtract_once(u, t, 0, modulus, n + 1);
+    subtract_once(t, u, 0, modulus, n + 1);
+    subtract_once(u, t, 0, modulus, n + 1);
+    for (size_t i = 0; i < n; i++)
+        r[i] = u[i];
+    base::wipe(t, sizeof t);
+    base::wipe(u, sizeof u);
+    base::wipe(modulus, sizeof modulus);
 }
 
 } // namespace

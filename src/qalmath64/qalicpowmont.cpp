@@ -1,14 +1,19 @@
 #include "qalmath64/exponentiate.hpp"
+#include "qalmath64/odd_powers.hpp"
 
 using namespace qal::math;
 
 qald *qalicpowmont(const qald *powers, uint32_t w, uint32_t maxbits, const qald *one, uint64_t c,
                    uint32_t k, const qald *p, const qald *e, qald *r)
 {
+    if (maxbits == 0 && qalbitlen(e, 1) != 0 && is_usual_form(k, p) && qalcmp(powers, p) < 0) {
+        raise_odd_powers(r, powers, p[0] + 1, e, p);
+        return r;
+    }
     const MontgomeryForm form = {c, k, p};
     Power power(one);
     // Windows are of five bits whatever w is; w counts only in how many products there shall be.
-    uint64_t products = raise(form, power, powers, p[0] + 1, e);
+    uint64_t products = raise(form, power, powers, p[0] + 1, e, qalbitlen(e, 1));
     qalcopy(r, power.value());
     // The number of products must not tell how many windows the exponent has: the missing ones are
     // made on the copy, and what becomes of it does not matter.

@@ -1,18 +1,21 @@
 #include "qalmath64/exponentiate.hpp"
+#include "qalmath64/odd_powers.hpp"
 
 using namespace qal::math;
 
 qald *qalpowmodstop(qald *work, const qald *e, const qald *p, qald *r)
 {
     if (is_odd(p)) {
+        if (qalbitlen(e, 1) == 0)
+            return qalcmp(p, QALBIG_ONE) == 0 ? qalclear(r) : qalcopy(r, QALBIG_ONE);
         const MontgomeryForm form = usual_form(p);
-        qald one[QALBIG_SIZE];
-        Power power(qalunitymont(static_cast<int32_t>(form.k), p, one));
-        raise(form, power, work, QALBIG_SIZE, e);
-        power.multiply(form, QALBIG_ONE);
-        return qalcopy(r, power.value());
+        qald power[QALBIG_SIZE];
+        raise_odd_powers(power, work, QALBIG_SIZE, e, p);
+        qalcopy(r, qalmontcom(form.c, form.k, p, power));
+        qal::base::wipe(power, sizeof power);
+        return r;
     }
     Power power(QALBIG_ONE);
-    raise(PlainForm{p}, power, work, QALBIG_SIZE, e);
+    raise(PlainForm{p}, power, work, QALBIG_SIZE, e, qalbitlen(e, 1));
     return qalcopy(r, power.value());
 }

@@ -10,68 +10,6 @@ namespace {
 
 constexpr size_t most_entries = size_t{1} << widest_secret_window;
 
-// Digits of 52 bits of x, from bit `from` of it on.
-void split(Block *r, size_t blocks, const qald *x, size_t n, size_t from)
-{
-    auto *digits = reinterpret_cast<long long *>(r);
-    for (size_t i = 0; i < 4 * blocks; i++, from += 52) {
-        const size_t digit = from / 64, offset = from % 64;
-        qald bits = digit < n ? x[digit] >> offset : 0;
-        if (offset > 12 && digit + 1 < n)
-            bits |= x[digit + 1] << (64 - offset);
-        digits[i] = static_cast<long long>(bits & mask52);
-    }
-}
-
-// The digits of 64 bits of x, which has no more than n.
-void join(qald *r, size_t n, const Block *x, size_t blocks)
-{
-    const auto *digits = reinterpret_cast<const long long *>(x);
-    for (size_t i = 0; i < n; i++)
-        r[i] = 0;
-    for (size_t i = 0, to = 0; i < 4 * blocks && to < 64 * n; i++, to += 52) {
-        const size_t digit = to / 64, offset = to % 64;
-        const auto bits = static_cast<qald>(digits[i]);
-        r[digit] |= bits << offset;
-        if (offset > 12 && digit + 1 < n)
-            r[digit + 1] |= bits >> (64 - offset);
-    }
-}
-
-void increment(qald *x, size_t n)
-{
-    qald carry = 1;
-    for (size_t i = 0; i < n; i++) {
-        const uint128 sum = uint128{x[i]} + carry;
-        x[i] = static_cast<qald>(sum);
-        carry = static_cast<qald>(sum >> 64);
-    }
-}
-
-// For p of at least four digits.
-void prepare(Modulus52 &m, const qald *p, size_t n, size_t blocks)
-{
-    // k = -1/p modulo 2^256: what makes 1 + k p vanish, digit by digit.
-    const qald c = montgomery_constant(p[0]);
-    qald k[4], rest[4] = {1}, multiple[most_secret_digits + 4];
-    for (size_t i = 0; i < 4; i++) {
-        k[i] = rest[i] * c;
-        qal_addmul_row(rest + i, p, 4 - i, k[i]);
-    }
-    split(m.p, blocks, p, n, 0);
-    m.k = _mm256_set1_epi64x(static_cast<long long>(k[0] & mask52));
-    multiple[n] = qal_mul_row(multiple, p, n, k[0] & mask52);
-    increment(multiple, n + 1);
-    split(m.p1, blocks, multiple, n + 1, 52);
-    k[3] &= 0xffff;
-    qal_mul_digits(multiple, p, n, k, 4);
-    increment(multiple, n + 4);
-    split(m.p4, blocks, multiple, n + 4, 208);
-    base::wipe(k, sizeof k);
-    base::wipe(rest, sizeof rest);
-    base::wipe(multiple, sizeof multiple);
-}
-
 // One of the exponentiations: a number, a factor for it, and the table of powers.
 struct Work {
     const SecretPower *power;
@@ -175,7 +113,7 @@ public:
         }
         each([&](Work &work) { set_small(work.factor, blocks_, 1); });
         multiply_all();
-        each([&](Work &work) { finish(work); });
+        each([&](Work &work) { reduce_fully(work.power->r, work.x, blocks_, work.power->p, n_); });
     }
 
 private:
@@ -218,7 +156,7 @@ private:
         multiply_all();
         each([&](Work &work) {
             copy(work.factor, work.x, blocks_);
-            split(work.x, blocks_, work.power->x, 2 * n_, 208 * blocks_);
+            split(work.x, blocks_, work.power->x, 2 * n_, -static_cast<ptrdiff_t>(26 * blocks_));
         });
         multiply_all();
         each([&](Work &work) {
@@ -250,24 +188,6 @@ private:
     }
 
     Block *entry(Work &work, size_t i) const { return work.table + i * blocks_; }
-
-    // Out of Montgomery form the number is below 3p.
-    void finish(Work &work) const
-    {
-        qald x[most_secret_digits + 1], p[most_secret_digits + 1];
-        join(x, n_ + 1, work.x, blocks_);
-        for (size_t i = 0; i < n_; i++)
-            p[i] = work.power->p[i];
-        p[n_] = 0;
-        qald y[most_secret_digits + 1];
-        subtract_once(y, x, 0, p, n_ + 1);
-        subtract_once(x, y, 0, p, n_ + 1);
-        for (size_t i = 0; i < n_; i++)
-            work.power->r[i] = x[i];
-        base::wipe(x, sizeof x);
-        base::wipe(y, sizeof y);
-        base::wipe(p, sizeof p);
-    }
 
     Work *works_;
     size_t count_, n_, bits_, blocks_;

@@ -2,6 +2,7 @@
 #include "base/cpu.hpp"
 #include "gost28147/g28147_kernels.hpp"
 #include "gost28147/gr341194_kernels.hpp"
+#include "qalmath64/odd_powers.hpp"
 #include "qalmath64/secret_power.hpp"
 #include "ru/kuznyechik_kernels.hpp"
 #include "ru/streebog_kernels.hpp"
@@ -46,6 +47,7 @@ RESOLVER(g28147_blocks);
 RESOLVER(gr341194_steps);
 } // namespace qal::gost
 namespace qal::math {
+RESOLVER(raise_odd_powers);
 RESOLVER(power_secret);
 RESOLVER(power_secret_pair);
 } // namespace qal::math
@@ -69,9 +71,11 @@ TEST(Dispatch, Gost28147)
                           {{cpu_avx512, gr341194_steps_avx512}, {0, gr341194_steps_portable}});
 }
 
-TEST(Dispatch, SecretPowers)
+TEST(Dispatch, Powers)
 {
     using namespace qal::math;
+    expect_first_possible(qal_resolve_raise_odd_powers(),
+                          {{cpu_avx512, raise_odd_powers_avx512}, {0, raise_odd_powers_portable}});
     expect_first_possible(qal_resolve_power_secret(),
                           {{cpu_avx512, power_secret_avx512}, {0, power_secret_portable}});
     expect_first_possible(qal_resolve_power_secret_pair(), {{cpu_avx512, power_secret_pair_avx512},

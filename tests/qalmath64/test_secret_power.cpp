@@ -21,11 +21,6 @@ const std::vector<Variant<decltype(power_secret_pair)>> pairs = {
     {"avx512", qal::base::cpu_avx512, power_secret_pair_avx512},
 };
 
-mpz_class two_to(size_t bits)
-{
-    return mpz_class(1) << bits;
-}
-
 mpz_class power_modulo(const mpz_class &x, const mpz_class &e, const mpz_class &p)
 {
     mpz_class r;
@@ -39,14 +34,14 @@ mpz_class modulus(Random &random, size_t n)
 {
     switch (random.below(8)) {
     case 0:
-        return two_to(64 * n) - 1;
+        return power_of_two(64 * n) - 1;
     case 1:
-        return two_to(64 * n - 1) + 1;
+        return power_of_two(64 * n - 1) + 1;
     case 2:
-        return (two_to(64 * (n - 1)) + random_number(random, random.below(n))) | 1;
+        return (power_of_two(64 * (n - 1)) + random_number(random, random.below(n))) | 1;
     case 3:
-        return random_number(random, n) % two_to(64 * n - random.below(63)) | two_to(64 * n - 64) |
-               1;
+        return random_number(random, n) % power_of_two(64 * n - random.below(63)) |
+               power_of_two(64 * n - 64) | 1;
     default:
         return random_number(random, n) | 1;
     }
@@ -64,28 +59,28 @@ mpz_class base(Random &random, const mpz_class &p, size_t n)
     case 3:
         return p;
     case 4:
-        return p * two_to(64 * n) - 1;
+        return p * power_of_two(64 * n) - 1;
     case 5:
-        return p * (two_to(64 * n) - 1);
+        return p * (power_of_two(64 * n) - 1);
     case 6:
         return random_number(random, random.below(n + 1)) % p;
     default:
-        return random_number(random, 2 * n) % (p * two_to(64 * n));
+        return random_number(random, 2 * n) % (p * power_of_two(64 * n));
     }
 }
 
 mpz_class exponent(Random &random, size_t bits)
 {
-    const mpz_class e = random_number(random, bits / 64 + 1) % two_to(bits);
+    const mpz_class e = random_number(random, bits / 64 + 1) % power_of_two(bits);
     switch (random.below(8)) {
     case 0:
         return 0;
     case 1:
         return bits > 0 ? 1 : 0;
     case 2:
-        return two_to(bits) - 1;
+        return power_of_two(bits) - 1;
     case 3:
-        return two_to(bits) >> 1;
+        return power_of_two(bits) >> 1;
     case 4:
         return e >> random.below(bits + 1);
     default:
@@ -132,7 +127,7 @@ TEST(SecretPower, PowersOfTwo)
             const Digits divisor(p, n);
             Digits r(0, n);
             power_of_two_secret(r, bits, divisor, n);
-            ASSERT_EQ(r.value(), two_to(bits) % p) << p << " " << bits;
+            ASSERT_EQ(r.value(), power_of_two(bits) % p) << p << " " << bits;
         }
     }
 }
@@ -206,7 +201,7 @@ TEST(SecretPower, InPlace)
                 power.run(job, n, bits);
                 const Digits &owner = operand < 2 ? c.x : operand == 2 ? c.e : c.p;
                 const mpz_class r = owner.value(operand == 1 ? n : 0);
-                ASSERT_EQ(operand == 0 ? mpz_class(r % two_to(64 * n)) : r, c.expected);
+                ASSERT_EQ(operand == 0 ? mpz_class(r % power_of_two(64 * n)) : r, c.expected);
             }
         });
         each_variant(pairs, [&](const auto &power) {
@@ -215,7 +210,7 @@ TEST(SecretPower, InPlace)
             one.r = first.x;
             other.r = second.p;
             power.run(one, other, n, bits);
-            ASSERT_EQ(first.x.value() % two_to(64 * n), first.expected);
+            ASSERT_EQ(first.x.value() % power_of_two(64 * n), first.expected);
             ASSERT_EQ(second.p.value(), second.expected);
         });
     }
