@@ -15,10 +15,16 @@
 #ifndef QAL_API_H
 #define QAL_API_H
 
+#include <stdint.h>
+
 /** An exported name. Define it as nothing to link libqal.a into a shared object without passing
  *  qal's names on (or link with -Wl,--exclude-libs,libqal.a). */
 #ifndef QAL_API
 #define QAL_API __attribute__((visibility("default")))
 #endif
+
+/** A random generator of the application: fills buf with len random bytes. What it returns is
+ * handed on where an operation says so, and is otherwise of no account. */
+typedef int (*qal_rnd)(uint8_t *buf, uint32_t len);
 
 #endif
