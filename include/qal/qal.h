@@ -10,6 +10,7 @@
 #include <qal/gr341194.h>
 #include <qal/kuzn.h>
 #include <qal/qalmath64.h>
+#include <qal/rsa.h>
 #include <qal/streebog.h>
 
 #endif

@@ -63,6 +63,24 @@ static_assert(sizeof(qald) == 8 && QALBIG_SIZE == 131, "qald");
 static_assert(sizeof QALBIG_ZERO == 8 && sizeof QALBIG_ONE == 16, "QALBIG_ZERO");
 static_assert(sizeof QALBIG_TWO == 16 && sizeof QALBIG_THREE == 16, "QALBIG_TWO");
 
+static_assert(sizeof(rsa_keygen_rp) == 272, "rsa_keygen_rp");
+AT(rsa_keygen_rp, n, 0);
+AT(rsa_keygen_rp, pool, 8);
+AT(rsa_keygen_rp, pos, 264);
+
+static_assert(sizeof(qalsi) == 528, "qalsi");
+AT(qalsi, mag, 0);
+AT(qalsi, sign, 520);
+
+static_assert(sizeof(rsa_keygen_ctx) == 688, "rsa_keygen_ctx");
+AT(rsa_keygen_ctx, p, 0);
+AT(rsa_keygen_ctx, q, 136);
+AT(rsa_keygen_ctx, dP, 272);
+AT(rsa_keygen_ctx, dQ, 408);
+AT(rsa_keygen_ctx, qInv, 544);
+AT(rsa_keygen_ctx, bits, 680);
+static_assert(sizeof rsa_gen_rnd == 8, "rsa_gen_rnd");
+
 static_assert(sizeof(streebog_ctx) == 264, "streebog_ctx");
 AT(streebog_ctx, N, 0);
 AT(streebog_ctx, h, 64);

@@ -1,0 +1,87 @@
+#include "base/wipe.hpp"
+#include "rsa/qalrsaex/parameters.hpp"
+#include "rsa/qalrsaex/status.hpp"
+
+#include <string.h>
+
+using namespace qal::rsa;
+
+int rsa_keygen_init(rsa_keygen_ctx *ctx, uint32_t bits)
+{
+    if (ctx == nullptr)
+        return bad_argument;
+    if (rsa_is_prermitted_modsize(bits) == 0)
+        return size_not_permitted;
+    memset(ctx, 0, sizeof *ctx);
+    ctx->bits = bits;
+    return success;
+}
+
+void rsa_gen_crt(rsa_keygen_ctx *ctx)
+{
+    struct {
+        qald p1[QALBIG_SIZE], q1[QALBIG_SIZE], phi[QALBIG_SIZE], lambda[QALBIG_SIZE];
+        qald gcd[QALBIG_SIZE], d[QALBIG_SIZE], remainder[QALBIG_SIZE];
+    } t;
+    qalsub(qalcopy(t.p1, ctx->p), QALBIG_ONE);
+    qalsub(qalcopy(t.q1, ctx->q), QALBIG_ONE);
+    qalmul(t.p1, t.q1, t.phi);
+    qaldiv(t.phi, GCD(t.p1, t.q1, t.gcd), t.lambda, t.remainder);
+    inv_mod_extgcd(qalconvert(t.d, public_exponent), t.lambda);
+    qaldiv(t.d, t.p1, nullptr, t.remainder);
+    qalcopy(ctx->dP, t.remainder);
+    qaldiv(t.d, t.q1, nullptr, t.remainder);
+    qalcopy(ctx->dQ, t.remainder);
+    qalcopy(ctx->qInv, inv_mod_extgcd(qalcopy(t.d, ctx->q), ctx->p));
+    qal::base::wipe(&t, sizeof t);
+}
+
+namespace {
+
+// Adds a prime to the key.
+int add_prime(rsa_keygen_ctx *ctx, const qald *x)
+{
+    if (ctx->p[0] == 0) {
+        qalcopy(ctx->p, x);
+        return call_again;
+    }
+    const int32_t order = qalcmp(x, ctx->p);
+    if (order == 0)
+        return call_again;
+    if (order > 0) {
+        qalcopy(ctx->q, ctx->p);
+        qalcopy(ctx->p, x);
+    } else {
+        qalcopy(ctx->q, x);
+    }
+    rsa_gen_crt(ctx);
+    return success;
+}
+
+} // namespace
+
+int rsa_keygen(rsa_keygen_ctx *ctx, const uint8_t *rnd, uint32_t len)
+{
+    if (ctx == nullptr)
+        return bad_argument;
+    if (rsa_is_prermitted_modsize(ctx->bits) == 0)
+        return size_not_permitted;
+    const uint32_t prime_bytes = ctx->bits / 16;
+    if (len < prime_bytes)
+        return too_little_randomness;
+    if (rnd == nullptr)
+        return bad_argument;
+
+    qald x[modulus_digits / 2 + 2];
+    qalfrombase256(x, rnd, prime_bytes);
+    if (x[0] == 0 || x[1] % 2 == 0)
+        qaladd(x, QALBIG_ONE);
+    const uint64_t prime_bits = ctx->bits / 2;
+    if (qalbitlen(x, 1) < prime_bits)
+        qaladdb2(x, prime_bits - 1);
+    int status = call_again;
+    if (find_prime_near(x) != 0 && rsa_prime_ok(x, ctx->bits) != 0)
+        status = add_prime(ctx, x);
+    qal::base::wipe(x, sizeof x);
+    return status;
+}
