@@ -37,7 +37,8 @@ size_t Input::read(uint8_t *data, size_t size)
     }
 }
 
-Output::Output(const std::string &name) : name_(name), fd_(STDOUT_FILENO)
+Output::Output(const std::string &name, Access access)
+    : name_(name), access_(access), fd_(STDOUT_FILENO)
 {
     if (name == "-")
         return;
@@ -75,11 +76,13 @@ void Output::commit()
 {
     if (temporary_.empty())
         return;
-    // mkostemp makes files for the owner alone; this one is to be like any other.
+    // mkostemp makes files for the owner alone; one that holds no secret is to be like any other.
     const mode_t mask = ::umask(0);
     ::umask(mask);
     struct stat status {};
-    const mode_t mode = ::stat(name_.c_str(), &status) == 0 ? status.st_mode & 0777 : 0666 & ~mask;
+    const mode_t mode = access_ == Access::owner              ? 0600
+                        : ::stat(name_.c_str(), &status) == 0 ? status.st_mode & 0777
+                                                              : 0666 & ~mask;
     if (::fchmod(fd_, mode) != 0 || ::fsync(fd_) != 0 || ::close(fd_) != 0 ||
         ::rename(temporary_.c_str(), name_.c_str()) != 0)
         throw FileError(name_, errno);

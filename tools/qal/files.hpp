@@ -39,11 +39,15 @@ private:
     int fd_;
 };
 
+// Who may read a new file: whoever the user's other files are for, or its owner alone.
+enum class Access { usual, owner };
+
 // Where results go: standard output as it comes, or a file that appears, or replaces another, only
 // when everything is in it.
 class Output {
 public:
-    explicit Output(const std::string &name); // "-" is standard output; throws FileError
+    // "-" is standard output; throws FileError
+    explicit Output(const std::string &name, Access access = Access::usual);
     Output(const Output &) = delete;
     Output &operator=(const Output &) = delete;
     ~Output(); // without commit() before, nothing has happened
@@ -53,6 +57,7 @@ public:
 
 private:
     std::string name_, temporary_; // temporary_ is empty for standard output and after commit()
+    Access access_;
     int fd_;
 };
 

@@ -1,0 +1,286 @@
+#include "rsa_keys.hpp"
+
+#include "errors.hpp"
+#include "files.hpp"
+#include "pem.hpp"
+
+#include <string.h>
+#include <sys/random.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <stdexcept>
+
+namespace qal::tool {
+
+namespace {
+
+constexpr char private_label[] = "RSA PRIVATE KEY", public_label[] = "RSA PUBLIC KEY";
+constexpr uint64_t public_exponent = 65537;
+
+// Room for products of two primes, and for what a division leaves.
+using Number = std::array<qald, QALBIG_SIZE>;
+
+// Numbers that are erased when they go.
+template<size_t count>
+struct Numbers {
+    std::array<Number, count> number;
+
+    ~Numbers() { explicit_bzero(&number, sizeof number); }
+    qald *operator[](size_t i) { return number[i].data(); }
+};
+
+// From getrandom(2); without randomness there is nothing to be done.
+int generate(uint8_t *buffer, uint32_t size)
+{
+    for (uint32_t done = 0; done < size;) {
+        const ssize_t n = ::getrandom(buffer + done, size - done, 0);
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n < 0) {
+            complain(FileError("getrandom", errno).what());
+            ::_exit(exit_failure);
+        }
+        done += static_cast<uint32_t>(n);
+    }
+    return 0;
+}
+
+Secret read_file(const std::string &name)
+{
+    // Larger than any key, in either format and with text before it.
+    Secret room(size_t{1} << 16);
+    Input input(name);
+    size_t size = 0;
+    while (const size_t n = input.read(room.data() + size, room.size() - size)) {
+        size += n;
+        if (size == room.size())
+            throw std::runtime_error(name + ": too long for a key");
+    }
+    Secret contents(size);
+    std::copy(room.data(), room.data() + size, contents.data());
+    return contents;
+}
+
+void write_file(const std::string &name, Access access, const uint8_t *data, size_t size)
+{
+    Output output(name, access);
+    output.write(data, size);
+    output.commit();
+}
+
+Secret to_secret(const qald *x)
+{
+    Secret bytes(qalbitlen(x, 8));
+    qaltobase256(bytes.data(), static_cast<uint32_t>(bytes.size()), x);
+    return bytes;
+}
+
+std::string_view text_of(const Secret &contents)
+{
+    return {reinterpret_cast<const char *>(contents.data()), contents.size()};
+}
+
+// The numbers of a key file: of PEM with the given label, or as many parameters of the library.
+std::vector<Secret> read_numbers(const std::string &name, const char *label, size_t parameters,
+                                 bool pem)
+{
+    const Secret contents = read_file(name);
+    if (const auto found = pem_label(text_of(contents))) {
+        if (*found != label)
+            throw std::runtime_error(name + ": PEM of a " + *found + ", not of an " + label);
+        auto numbers = from_pem(text_of(contents), label);
+        if (!numbers)
+            throw std::runtime_error(name + ": not a well-formed " + std::string(label));
+        return std::move(*numbers);
+    }
+    if (pem)
+        throw std::runtime_error(name + ": not PEM");
+    std::vector<Secret> numbers;
+    size_t at = 0;
+    while (numbers.size() < parameters && contents.size() - at >= 2) {
+        const uint8_t *parameter = contents.data() + at;
+        const size_t size = static_cast<size_t>(parameter[0]) << 8 | parameter[1];
+        if (contents.size() - at - 2 < size)
+            break;
+        std::copy(parameter + 2, parameter + 2 + size, numbers.emplace_back(size).data());
+        at += 2 + size;
+    }
+    if (numbers.size() != parameters || at != contents.size())
+        throw std::runtime_error(name + ": not a key");
+    return numbers;
+}
+
+// x = a number of at most so many bytes; whether it has no more.
+bool set(qald *x, const Secret &number, size_t most)
+{
+    if (number.size() > most)
+        return false;
+    qalfrombase256(x, number.data(), static_cast<uint32_t>(number.size()));
+    return true;
+}
+
+} // namespace
+
+PublicKey::PublicKey(const rsa_keygen_ctx &key) : bytes_(key.bits / 8 + 7)
+{
+    if (rsa_get_pubkey(&key, bytes_.data(), static_cast<uint32_t>(bytes_.size())) != 0)
+        throw std::logic_error("rsa_get_pubkey failed");
+}
+
+PublicKey::PublicKey(const std::string &file, bool pem)
+{
+    const std::vector<Secret> numbers = read_numbers(file, public_label, 2, pem);
+    Number n, e;
+    if (numbers.size() != 2 || !set(n.data(), numbers[0], 256) || !set(e.data(), numbers[1], 256))
+        throw std::runtime_error(file + ": not a public key");
+    if (n[0] == 0 || n[1] % 2 == 0 ||
+        rsa_is_prermitted_modsize(static_cast<uint32_t>(8 * qalbitlen(n.data(), 8))) == 0)
+        throw std::runtime_error(file + ": not a modulus of 512, 1024, 1536 or 2048 bits");
+    if (e[0] != 1 || e[1] != public_exponent)
+        throw std::runtime_error(file + ": the public exponent is not " +
+                                 std::to_string(public_exponent));
+    bytes_.resize(2 * (2 + 256));
+    const uint32_t size = save_rsa_key_prm(bytes_.data(), n.data());
+    bytes_.resize(size + save_rsa_key_prm(bytes_.data() + size, e.data()));
+}
+
+size_t PublicKey::modulus_size() const
+{
+    return static_cast<size_t>(bytes_[0]) << 8 | bytes_[1];
+}
+
+bool PublicKey::is_above(const uint8_t *message) const
+{
+    return memcmp(message, bytes_.data() + 2, modulus_size()) < 0;
+}
+
+void PublicKey::write(const std::string &file, KeyFormat format) const
+{
+    if (format == KeyFormat::library) {
+        write_file(file, Access::usual, bytes_.data(), bytes_.size());
+        return;
+    }
+    std::vector<Secret> numbers;
+    for (size_t at = 0; at < bytes_.size();) {
+        Number x;
+        at += load_rsa_key_prm(x.data(), bytes_.data() + at);
+        numbers.push_back(to_secret(x.data()));
+    }
+    const Secret text = to_pem(numbers, public_label);
+    write_file(file, Access::usual, text.data(), text.size());
+}
+
+PrivateKey::PrivateKey(uint32_t bits)
+{
+    rsa_gen_rnd = generate;
+    if (rsa_keygen_init(&key_, bits) != 0)
+        throw std::logic_error("rsa_keygen_init failed");
+    Secret random(bits / 16);
+    int status;
+    do {
+        generate(random.data(), static_cast<uint32_t>(random.size()));
+        // The modulus is to have all its bits: each prime is to be above 3/4 of the next power of
+        // two.
+        random.data()[0] |= 0xc0;
+        status = rsa_keygen(&key_, random.data(), static_cast<uint32_t>(random.size()));
+    } while (status == 3);
+    if (status != 0)
+        throw std::logic_error("rsa_keygen failed");
+}
+
+PrivateKey::PrivateKey(const std::string &file, bool pem)
+{
+    const std::vector<Secret> numbers = read_numbers(file, private_label, 5, pem);
+    Numbers<5> x;
+    // In PEM the version, n, e and d stand before p.
+    const bool whole = numbers.size() != 5;
+    const size_t first = whole ? 4 : 0;
+    if (numbers.size() != first + 5)
+        throw std::runtime_error(file + ": not a private key");
+    for (size_t i = 0; i < 5; i++) {
+        if (!set(x[i], numbers[first + i], 128) || x[i][0] == 0)
+            throw std::runtime_error(file + ": not a private key of at most 2048 bits");
+    }
+    memset(&key_, 0, sizeof key_);
+    qald *const parts[] = {key_.p, key_.q, key_.dP, key_.dQ, key_.qInv};
+    for (size_t i = 0; i < 5; i++)
+        qalcopy(parts[i], x[i]);
+    check(file);
+    if (whole) {
+        Numbers<3> y;
+        qalmul(key_.p, key_.q, y[0]);
+        if (numbers[0].size() != 0 || !set(y[1], numbers[1], 256) || !set(y[2], numbers[2], 256) ||
+            qalcmp(y[0], y[1]) != 0)
+            throw std::runtime_error(file + ": the numbers of the key do not fit together");
+        if (y[2][0] != 1 || y[2][1] != public_exponent)
+            throw std::runtime_error(file + ": the public exponent is not " +
+                                     std::to_string(public_exponent));
+    }
+}
+
+// Primes of one length, whose product has a permitted one.
+void PrivateKey::check(const std::string &file)
+{
+    const uint64_t bits = qalbitlen(key_.p, 1);
+    key_.bits = static_cast<uint32_t>(2 * bits);
+    if (rsa_is_prermitted_modsize(key_.bits) == 0 || qalbitlen(key_.q, 1) != bits)
+        throw std::runtime_error(file + ": not a key of 512, 1024, 1536 or 2048 bits with two "
+                                        "primes of the same length");
+    for (const qald *x : {key_.dP, key_.dQ, key_.qInv}) {
+        if (qalbitlen(x, 1) > bits)
+            throw std::runtime_error(file + ": the numbers of the key do not fit together");
+    }
+    if (key_.p[1] % 2 == 0 || key_.q[1] % 2 == 0)
+        throw std::runtime_error(file + ": a prime of the key is even");
+}
+
+PrivateKey::~PrivateKey()
+{
+    explicit_bzero(&key_, sizeof key_);
+}
+
+Secret PrivateKey::bytes() const
+{
+    Secret room(5 * (key_.bits / 16) + 10);
+    if (rsa_get_privkey(&key_, room.data(), static_cast<uint32_t>(room.size())) != 0)
+        throw std::logic_error("rsa_get_privkey failed");
+    size_t size = 0;
+    for (int i = 0; i < 5; i++)
+        size += 2 + (static_cast<size_t>(room.data()[size]) << 8 | room.data()[size + 1]);
+    Secret bytes(size);
+    std::copy(room.data(), room.data() + size, bytes.data());
+    return bytes;
+}
+
+void PrivateKey::write(const std::string &file, KeyFormat format) const
+{
+    if (format == KeyFormat::library) {
+        const Secret contents = bytes();
+        write_file(file, Access::owner, contents.data(), contents.size());
+        return;
+    }
+    // n and d = 1/e mod lcm(p - 1, q - 1), which the library does not keep.
+    enum { p1, q1, phi, gcd, lambda, n, e, d, count };
+    Numbers<count> x;
+    qalsub(qalcopy(x[p1], key_.p), QALBIG_ONE);
+    qalsub(qalcopy(x[q1], key_.q), QALBIG_ONE);
+    qalmul(x[p1], x[q1], x[phi]);
+    qaldiv(x[phi], GCD(x[p1], x[q1], x[gcd]), x[lambda], x[phi]);
+    qalmul(key_.p, key_.q, x[n]);
+    qalconvert(x[e], public_exponent);
+    if (qalmodd(x[lambda], public_exponent) == 0)
+        throw std::runtime_error("this key has no exponent that belongs to " +
+                                 std::to_string(public_exponent));
+    inv_mod_extgcd(qalcopy(x[d], x[e]), x[lambda]);
+
+    std::vector<Secret> numbers;
+    for (const qald *number :
+         {QALBIG_ZERO, static_cast<const qald *>(x[n]), static_cast<const qald *>(x[e]),
+          static_cast<const qald *>(x[d]), key_.p, key_.q, key_.dP, key_.dQ, key_.qInv})
+        numbers.push_back(to_secret(number));
+    const Secret text = to_pem(numbers, private_label);
+    write_file(file, Access::owner, text.data(), text.size());
+}
+
+} // namespace qal::tool

@@ -1,0 +1,55 @@
+// RSA keys and their files: the library's own bytes, or PEM of PKCS #1 (RFC 8017, appendix A.1).
+#pragma once
+
+#include "secrets.hpp"
+
+#include <qal/rsa.h>
+
+#include <array>
+#include <string>
+
+namespace qal::tool {
+
+enum class KeyFormat { library, pem };
+
+// What rsa_encrypt() and rsa_verify() take.
+class PublicKey {
+public:
+    explicit PublicKey(const rsa_keygen_ctx &key);
+    // In either format, or in PEM alone; throws std::runtime_error.
+    explicit PublicKey(const std::string &file, bool pem = false);
+
+    void write(const std::string &file, KeyFormat format) const;
+
+    [[nodiscard]] const uint8_t *bytes() const { return bytes_.data(); }
+    [[nodiscard]] size_t modulus_size() const;
+    // Whether a message of as many bytes as the modulus is a number below it.
+    [[nodiscard]] bool is_above(const uint8_t *message) const;
+
+private:
+    Bytes bytes_;
+};
+
+// What rsa_sign() and rsa_decrypt() take; erased when it goes.
+class PrivateKey {
+public:
+    explicit PrivateKey(uint32_t bits); // a new one
+    // In either format, or in PEM alone; throws std::runtime_error.
+    explicit PrivateKey(const std::string &file, bool pem = false);
+    PrivateKey(const PrivateKey &) = delete;
+    PrivateKey &operator=(const PrivateKey &) = delete;
+    ~PrivateKey();
+
+    // The file can be read by its owner alone.
+    void write(const std::string &file, KeyFormat format) const;
+
+    [[nodiscard]] Secret bytes() const;
+    [[nodiscard]] PublicKey public_key() const { return PublicKey(key_); }
+
+private:
+    void check(const std::string &file);
+
+    rsa_keygen_ctx key_;
+};
+
+} // namespace qal::tool
