@@ -92,6 +92,26 @@ if "$qal" mac -a gost28147 --key-file "$work/key" --verify "$code" "$work/large"
 fi
 say "  gost28147 MAC of it: $code; it does not hold any more after one byte has changed"
 
+heading "RSA"
+time=$(seconds "$qal" rsa genkey -b 2048 --pem -o "$work/private.pem")
+"$qal" rsa pubkey -k "$work/private.pem" --pem -o "$work/public.pem"
+# A digest with the padding of PKCS #1, version 1.5, which qal leaves to its caller: 00 01 ff .. 00,
+# the name of SHA-256, the digest.
+{
+    printf '\000\001'
+    head -c 202 /dev/zero | tr '\000' '\377'
+    printf '\000\060\061\060\015\006\011\140\206\110\001\145\003\004\002\001\005\000\004\040'
+    openssl dgst -sha256 -binary README.md
+} >"$work/message"
+"$qal" rsa sign -k "$work/private.pem" -o "$work/signature" "$work/message"
+"$qal" rsa verify -k "$work/public.pem" -s "$work/signature" "$work/message" >/dev/null
+openssl rsa -RSAPublicKey_in -in "$work/public.pem" -pubout -out "$work/spki.pem" 2>/dev/null
+openssl dgst -sha256 -verify "$work/spki.pem" -signature "$work/signature" README.md >/dev/null
+say "  a key of 2048 bits made in $time s; openssl verifies what it signed"
+"$qal" rsa encrypt -k "$work/public.pem" -o "$work/cipher" "$work/message"
+"$qal" rsa decrypt -k "$work/private.pem" "$work/cipher" | cmp - "$work/message"
+say "  encrypted with the public key, and back with the private one"
+
 heading "GOST R 34.11-94"
 time=$(seconds "$qal" digest -a gost94 --tag "$work/plain")
 say "  $mib MiB in $time s, $(throughput $mib "$time"): $(sed 's/.*= //' "$work/out")"
