@@ -15,6 +15,7 @@
 #include "qalmath64/montgomery.hpp"
 #include "qalmath64/odd_powers.hpp"
 #include "qalmath64/secret_power.hpp"
+#include "rsa/public_power.hpp"
 #include "ru/kuznyechik_kernels.hpp"
 #include "ru/streebog_kernels.hpp"
 
@@ -74,6 +75,18 @@ QAL_DISPATCH(power_secret_pair, {
 });
 
 } // namespace qal::math
+
+namespace qal::rsa {
+
+using namespace qal::base;
+
+QAL_DISPATCH(public_power, {
+    if (cpu & cpu_avx512)
+        return public_power_avx512;
+    return public_power_portable;
+});
+
+} // namespace qal::rsa
 
 namespace qal::ru {
 

@@ -4,6 +4,7 @@
 #include "gost28147/gr341194_kernels.hpp"
 #include "qalmath64/odd_powers.hpp"
 #include "qalmath64/secret_power.hpp"
+#include "rsa/public_power.hpp"
 #include "ru/kuznyechik_kernels.hpp"
 #include "ru/streebog_kernels.hpp"
 
@@ -51,6 +52,9 @@ RESOLVER(raise_odd_powers);
 RESOLVER(power_secret);
 RESOLVER(power_secret_pair);
 } // namespace qal::math
+namespace qal::rsa {
+RESOLVER(public_power);
+} // namespace qal::rsa
 namespace qal::ru {
 RESOLVER(kuznyechik_block_dec);
 RESOLVER(kuznyechik_ctr_blocks);
@@ -113,4 +117,11 @@ TEST(Dispatch, Streebog)
                           {{cpu_avx512, streebog_lpsx64_avx512},
                            {cpu_avx2 | cpu_gfni, streebog_lpsx64_avx2_gfni},
                            {0, streebog_lpsx64_portable}});
+}
+
+TEST(Dispatch, Rsa)
+{
+    using namespace qal::rsa;
+    expect_first_possible(qal_resolve_public_power(),
+                          {{cpu_avx512, public_power_avx512}, {0, public_power_portable}});
 }

@@ -1,14 +1,11 @@
 // The public operation: RFC 8017, clauses 5.1.1 and 5.2.2.
 #include "base/wipe.hpp"
-#include "qalmath64/montgomery.hpp"
+#include "rsa/public_power.hpp"
 #include "rsa/qalrsaex/parameters.hpp"
 #include "rsa/qalrsaex/status.hpp"
 
 #include <string.h>
 
-#include <utility>
-
-using namespace qal::math;
 using namespace qal::rsa;
 
 namespace {
@@ -36,57 +33,20 @@ public:
         memset(r + remainder[0], 0, (digits() - remainder[0]) * sizeof *r);
     }
 
-    void raise(qald *r, const qald *x) const;
-
-private:
-    [[nodiscard]] bool bit(uint64_t i) const { return (e_[i / 64 + 1] >> (i % 64) & 1) != 0; }
-
-    qald n_[modulus_digits + 1], e_[modulus_digits + 1];
-};
-
-// r = x^e' mod n on digits, with e' the bits of e in reverse, for any x of as many digits as n.
-//
-// The last bit that is taken is the highest, a one: its product takes x itself, and so leaves
-// Montgomery form on the way. The time depends on the key and not on x.
-void PublicKey::raise(qald *r, const qald *x) const
-{
-    const qald *const n = n_ + 1;
-    const size_t count = digits();
-    const uint64_t bits = qalbitlen(e_, 1);
-    const qald one[modulus_digits] = {1};
-    if (bits == 0) {
-        memcpy(r, one, count * sizeof *r);
-        return;
-    }
-
-    const qald c = montgomery_constant(n[0]);
-    qald form[2 * modulus_digits], buffer[2][2 * modulus_digits];
-    qald *power = buffer[0], *other = buffer[1];
-    qald square[QALBIG_SIZE];
-    reduce(square, qalexpb2(square, 128 * count));
-    qal_mont_mul(form, x, square, n, count, c);
-
-    // Up to its lowest bit the squares are those of one.
-    uint64_t i = 0;
-    while (!bit(i))
-        i++;
-    if (++i == bits) {
-        qal_mont_mul(power, form, one, n, count, c);
-    } else {
-        memcpy(power, form, count * sizeof *power);
-        for (; i < bits; i++) {
-            qal_mont_sqr(other, power, n, count, c);
-            std::swap(power, other);
-            if (bit(i)) {
-                qal_mont_mul(other, power, i + 1 == bits ? x : form, n, count, c);
-                std::swap(power, other);
-            }
+    // r = x^e' mod n, for any x on as many digits.
+    void raise(qald *r, const qald *x) const
+    {
+        if (e_[0] != 0) {
+            public_power({r, x, n_, e_});
+        } else {
+            memset(r, 0, digits() * sizeof *r);
+            r[0] = 1;
         }
     }
-    memcpy(r, power, count * sizeof *r);
-    qal::base::wipe(form, sizeof form);
-    qal::base::wipe(buffer, sizeof buffer);
-}
+
+private:
+    qald n_[modulus_digits + 1], e_[modulus_digits + 1];
+};
 
 // r = big-endian bytes modulo n, on digits: each step takes as many as n has digits, the first one
 // what is left over.
