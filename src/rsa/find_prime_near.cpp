@@ -1,6 +1,6 @@
-#include "base/wipe.hpp"
 #include "rsa/primality.hpp"
 #include "rsa/small_primes.hpp"
+#include "rsa/wiped_stack.hpp"
 
 using namespace qal::rsa;
 
@@ -33,12 +33,8 @@ void sieve(const qald *x, qald *bs)
     });
 }
 
-} // namespace
-
-int find_prime_near(qald *x)
+int search(qald *x)
 {
-    if (x[0] > prime_digits)
-        return 0;
     qald bs[sieve_bits / 64 + 1], candidate[prime_digits + 2];
     sieve(x, bs);
     int found = 0;
@@ -54,7 +50,16 @@ int find_prime_near(qald *x)
             break;
         }
     }
-    qal::base::wipe(bs, sizeof bs);
-    qal::base::wipe(candidate, sizeof candidate);
+    return found;
+}
+
+} // namespace
+
+// The numbers from which the answer can be found are all over the stack.
+int find_prime_near(qald *x)
+{
+    int found = 0;
+    if (x[0] <= prime_digits)
+        run_on_wiped_stack([&] { found = search(x); });
     return found;
 }

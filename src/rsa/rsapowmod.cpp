@@ -1,3 +1,4 @@
+#include "base/secrecy.hpp"
 #include "base/wipe.hpp"
 #include "qalmath64/secret_power.hpp"
 
@@ -22,7 +23,10 @@ qald *rsapowmod(const qald *x, const qald *e, const qald *m, qald *r)
     memset(base + 1 + base[0], 0, (2 * n - base[0]) * sizeof *base);
 
     power_secret({r + 1, base + 1, e + 1, m + 1}, n, 64 * e[0]);
-    r[0] = n;
     qal::base::wipe(base, sizeof base);
-    return qalclip(r);
+    // A number shows how many digits it has.
+    r[0] = n;
+    while (r[0] > 0 && qal::base::declassified(r[r[0]] == 0))
+        r[0]--;
+    return r;
 }

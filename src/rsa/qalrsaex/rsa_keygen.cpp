@@ -1,6 +1,7 @@
 #include "base/wipe.hpp"
 #include "rsa/qalrsaex/parameters.hpp"
 #include "rsa/qalrsaex/status.hpp"
+#include "rsa/wiped_stack.hpp"
 
 #include <string.h>
 
@@ -17,26 +18,23 @@ int rsa_keygen_init(rsa_keygen_ctx *ctx, uint32_t bits)
     return success;
 }
 
-void rsa_gen_crt(rsa_keygen_ctx *ctx)
-{
-    struct {
-        qald p1[QALBIG_SIZE], q1[QALBIG_SIZE], phi[QALBIG_SIZE], lambda[QALBIG_SIZE];
-        qald gcd[QALBIG_SIZE], d[QALBIG_SIZE], remainder[QALBIG_SIZE];
-    } t;
-    qalsub(qalcopy(t.p1, ctx->p), QALBIG_ONE);
-    qalsub(qalcopy(t.q1, ctx->q), QALBIG_ONE);
-    qalmul(t.p1, t.q1, t.phi);
-    qaldiv(t.phi, GCD(t.p1, t.q1, t.gcd), t.lambda, t.remainder);
-    inv_mod_extgcd(qalconvert(t.d, public_exponent), t.lambda);
-    qaldiv(t.d, t.p1, nullptr, t.remainder);
-    qalcopy(ctx->dP, t.remainder);
-    qaldiv(t.d, t.q1, nullptr, t.remainder);
-    qalcopy(ctx->dQ, t.remainder);
-    qalcopy(ctx->qInv, inv_mod_extgcd(qalcopy(t.d, ctx->q), ctx->p));
-    qal::base::wipe(&t, sizeof t);
-}
-
 namespace {
+
+void complete(rsa_keygen_ctx *ctx)
+{
+    qald p1[QALBIG_SIZE], q1[QALBIG_SIZE], phi[QALBIG_SIZE], lambda[QALBIG_SIZE];
+    qald gcd[QALBIG_SIZE], d[QALBIG_SIZE], remainder[QALBIG_SIZE];
+    qalsub(qalcopy(p1, ctx->p), QALBIG_ONE);
+    qalsub(qalcopy(q1, ctx->q), QALBIG_ONE);
+    qalmul(p1, q1, phi);
+    qaldiv(phi, GCD(p1, q1, gcd), lambda, remainder);
+    inv_mod_extgcd(qalconvert(d, public_exponent), lambda);
+    qaldiv(d, p1, nullptr, remainder);
+    qalcopy(ctx->dP, remainder);
+    qaldiv(d, q1, nullptr, remainder);
+    qalcopy(ctx->dQ, remainder);
+    qalcopy(ctx->qInv, inv_mod_extgcd(qalcopy(d, ctx->q), ctx->p));
+}
 
 // Adds a prime to the key.
 int add_prime(rsa_keygen_ctx *ctx, const qald *x)
@@ -59,6 +57,11 @@ int add_prime(rsa_keygen_ctx *ctx, const qald *x)
 }
 
 } // namespace
+
+void rsa_gen_crt(rsa_keygen_ctx *ctx)
+{
+    run_on_wiped_stack([ctx] { complete(ctx); });
+}
 
 int rsa_keygen(rsa_keygen_ctx *ctx, const uint8_t *rnd, uint32_t len)
 {

@@ -1,4 +1,5 @@
 // The private operation, by the Chinese remainder theorem: RFC 8017, clause 5.1.2, step 2b.
+#include "base/secrecy.hpp"
 #include "base/wipe.hpp"
 #include "qalmath64/montgomery.hpp"
 #include "qalmath64/secret_power.hpp"
@@ -8,6 +9,7 @@
 #include <string.h>
 
 using namespace qal::math;
+using qal::base::declassified;
 using namespace qal::rsa;
 
 namespace {
@@ -15,8 +17,11 @@ namespace {
 constexpr uint32_t most_prime_bytes = most_modulus_bytes / 2;
 constexpr size_t prime_digits = modulus_digits / 2;
 
-// All that an operation works with, erased when it is over. Each number has room for the remainder
-// of a division, which is two digits longer.
+// All that an operation works with, erased when it is over. Numbers have room for the remainder of
+// a division, which is two digits longer; digits behind their own are zeros. Their lengths are not
+// secret, as they are in the key's file, but what their digits are is: only those of the primes are
+// counted without leading zeros, since the size of the modulus is public, and the others as
+// their bytes are.
 struct PrivateOperation {
     qald p[prime_digits + 3], q[prime_digits + 3];
     qald dp[prime_digits + 3], dq[prime_digits + 3], qinv[prime_digits + 3];
@@ -32,12 +37,16 @@ struct PrivateOperation {
     {
         qald *const parameters[] = {p, q, dp, dq, qinv};
         for (qald *x : parameters) {
-            if (!read_parameter(x, key, most_prime_bytes))
+            const uint32_t length = parameter_length(key);
+            if (length == 0 || length > most_prime_bytes)
                 return false;
-            // What follows counts as zeros.
-            memset(x + 1 + x[0], 0, (prime_digits - x[0]) * sizeof *x);
+            read_digits(x + 1, prime_digits, key + length_bytes, length);
+            x[0] = (length + 7) / 8;
+            key += length_bytes + length;
         }
-        return (p[1] & q[1] & 1) != 0;
+        clip(p);
+        clip(q);
+        return declassified(p[1] & q[1] & 1) != 0;
     }
 
     void read_message(const uint8_t *bytes, uint32_t length)
@@ -46,10 +55,22 @@ struct PrivateOperation {
         m[0] = modulus_digits;
     }
 
+    // The bits of the modulus, as the primes have them together.
+    [[nodiscard]] uint64_t bits() const
+    {
+        return declassified(qalbitlen(p, 1)) + declassified(qalbitlen(q, 1));
+    }
+
     // Whether the primes have as many digits, and the other numbers no more.
     [[nodiscard]] bool is_regular() const
     {
         return p[0] == q[0] && dp[0] <= p[0] && dq[0] <= p[0] && qinv[0] <= p[0];
+    }
+
+    static void clip(qald *x)
+    {
+        while (x[0] > 0 && declassified(x[x[0]] == 0))
+            x[0]--;
     }
 
     void run_regular();
@@ -104,7 +125,9 @@ void PrivateOperation::run_irregular()
     struct {
         qald s1[QALBIG_SIZE], s2[QALBIG_SIZE], h[QALBIG_SIZE], x[QALBIG_SIZE];
     } t;
-    qalclip(m);
+    qald *const numbers[] = {m, dp, dq, qinv};
+    for (qald *x : numbers)
+        clip(x);
     rsapowmod(m, dp, p, t.s1);
     rsapowmod(m, dq, q, t.s2);
     qaldiv(t.s2, p, nullptr, t.x);
@@ -127,7 +150,7 @@ int rsa_sign(uint8_t *out, const uint8_t *m, int32_t mlen, const uint8_t *key)
     PrivateOperation operation;
     if (!operation.read_key(key))
         return bad_argument;
-    const uint64_t bits = qalbitlen(operation.p, 1) + qalbitlen(operation.q, 1);
+    const uint64_t bits = operation.bits();
     if (rsa_is_prermitted_modsize(static_cast<uint32_t>(bits)) == 0)
         return size_not_permitted;
     const auto size = static_cast<uint32_t>(bits / 8);
