@@ -9,7 +9,9 @@
 #include <qal/g28147.h>
 #include <qal/gr341194.h>
 #include <qal/kuzn.h>
+#include <qal/qalec.h>
 #include <qal/qalmath64.h>
+#include <qal/qalpff.h>
 #include <qal/rsa.h>
 #include <qal/streebog.h>
 

@@ -59,6 +59,34 @@ AT(kuzn_ctr_ctx, pos, 192);
 static_assert(sizeof kuz_pi == 256 && sizeof kuz_pi_inv == 256, "kuz_pi");
 static_assert(sizeof tab_0x94 == 256 && sizeof tab_0xFB == 256, "tab_0x94");
 
+static_assert(sizeof(qalecpoint) == 216, "qalecpoint");
+AT(qalecpoint, X, 0);
+AT(qalecpoint, Y, 72);
+AT(qalecpoint, Z, 144);
+
+static_assert(sizeof(qaleccurve) == 392, "qaleccurve");
+AT(qaleccurve, a, 0);
+AT(qaleccurve, b, 72);
+AT(qaleccurve, field, 144);
+AT(qaleccurve, dbl, 384);
+
+static_assert(sizeof(qalfe) == 72, "qalfe");
+static_assert(sizeof(qalpff) == 240, "qalpff");
+AT(qalpff, p, 0);
+AT(qalpff, one, 72);
+AT(qalpff, k, 144);
+AT(qalpff, l, 152);
+AT(qalpff, in, 160);
+AT(qalpff, out, 168);
+AT(qalpff, setzero, 176);
+AT(qalpff, setone, 184);
+AT(qalpff, add, 192);
+AT(qalpff, sub, 200);
+AT(qalpff, mul, 208);
+AT(qalpff, sqr, 216);
+AT(qalpff, div2, 224);
+AT(qalpff, inv, 232);
+
 static_assert(sizeof(qald) == 8 && QALBIG_SIZE == 131, "qald");
 static_assert(sizeof QALBIG_ZERO == 8 && sizeof QALBIG_ONE == 16, "QALBIG_ZERO");
 static_assert(sizeof QALBIG_TWO == 16 && sizeof QALBIG_THREE == 16, "QALBIG_TWO");
