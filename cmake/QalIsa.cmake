@@ -6,6 +6,7 @@ if(QAL_ISA_CAP_LEVEL EQUAL -1)
   message(FATAL_ERROR "QAL_ISA_CAP is '${QAL_ISA_CAP}'; it may be one of: ${QAL_ISA_CAPS}")
 endif()
 
+set(QAL_ISA_FLAGS_bmi2adx -mbmi2 -madx)
 set(QAL_ISA_FLAGS_avx2 -mavx2 -mbmi -mbmi2)
 set(QAL_ISA_FLAGS_avx2_gfni ${QAL_ISA_FLAGS_avx2} -mgfni)
 set(QAL_ISA_FLAGS_avx512 ${QAL_ISA_FLAGS_avx2} -mgfni -mvpclmulqdq -mpclmul -mavx512f -mavx512dq
@@ -25,7 +26,7 @@ endif()
 # qal_isa_flags(file...): flags for each file named <routine>_<isa>.cpp
 function(qal_isa_flags)
   foreach(file IN LISTS ARGN)
-    foreach(isa avx512 avx2_gfni avx2)
+    foreach(isa avx512 avx2_gfni avx2 bmi2adx)
       if(file MATCHES "_${isa}\\.cpp$")
         set_property(SOURCE ${file} APPEND PROPERTY COMPILE_OPTIONS ${QAL_ISA_FLAGS_${isa}})
         break()

@@ -12,7 +12,9 @@
 #include <qal/qalec.h>
 #include <qal/qalmath64.h>
 #include <qal/qalpff.h>
+#include <qal/rds.h>
 #include <qal/rsa.h>
 #include <qal/streebog.h>
+#include <qal/vko341001.h>
 
 #endif

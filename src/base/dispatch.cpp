@@ -11,6 +11,7 @@
 #include "base/cpu.hpp"
 #include "gost28147/g28147_kernels.hpp"
 #include "gost28147/gr341194_kernels.hpp"
+#include "qalec/curve256.hpp"
 #include "qalmath64/kernels.hpp"
 #include "qalmath64/montgomery.hpp"
 #include "qalmath64/odd_powers.hpp"
@@ -31,6 +32,48 @@
         __VA_ARGS__                                                                                \
     }                                                                                              \
     extern decltype(name) name __attribute__((ifunc("qal_resolve_" #name)))
+
+namespace qal::ec {
+
+using namespace qal::base;
+
+QAL_DISPATCH(curve256_multiply_base, {
+    if (cpu & cpu_bmi2_adx)
+        return curve256_multiply_base_bmi2adx;
+    return curve256_multiply_base_portable;
+});
+
+QAL_DISPATCH(curve256_multiply, {
+    if (cpu & cpu_bmi2_adx)
+        return curve256_multiply_bmi2adx;
+    return curve256_multiply_portable;
+});
+
+QAL_DISPATCH(curve256_contains, {
+    if (cpu & cpu_bmi2_adx)
+        return curve256_contains_bmi2adx;
+    return curve256_contains_portable;
+});
+
+QAL_DISPATCH(curve256_matches, {
+    if (cpu & cpu_bmi2_adx)
+        return curve256_matches_bmi2adx;
+    return curve256_matches_portable;
+});
+
+QAL_DISPATCH(scalar256_sum_of_products, {
+    if (cpu & cpu_bmi2_adx)
+        return scalar256_sum_of_products_bmi2adx;
+    return scalar256_sum_of_products_portable;
+});
+
+QAL_DISPATCH(scalar256_invert, {
+    if (cpu & cpu_bmi2_adx)
+        return scalar256_invert_bmi2adx;
+    return scalar256_invert_portable;
+});
+
+} // namespace qal::ec
 
 namespace qal::gost {
 

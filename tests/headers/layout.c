@@ -108,6 +108,15 @@ AT(rsa_keygen_ctx, dQ, 408);
 AT(rsa_keygen_ctx, qInv, 544);
 AT(rsa_keygen_ctx, bits, 680);
 static_assert(sizeof rsa_gen_rnd == 8, "rsa_gen_rnd");
+static_assert(sizeof(rds_ctx) == 4152, "rds_ctx");
+AT(rds_ctx, curve, 0);
+AT(rds_ctx, q, 392);
+AT(rds_ctx, G, 464);
+AT(rds_ctx, pubkey_len, 680);
+AT(rds_ctx, privkey_len, 684);
+AT(rds_ctx, sig_len, 688);
+AT(rds_ctx, w, 692);
+AT(rds_ctx, table, 696);
 
 static_assert(sizeof(streebog_ctx) == 264, "streebog_ctx");
 AT(streebog_ctx, N, 0);

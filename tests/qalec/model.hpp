@@ -6,6 +6,7 @@
 #include "support/vectors.hpp"
 
 #include <qal/qalec.h>
+#include <qal/rds.h>
 
 #include <stdexcept>
 #include <string>
@@ -132,6 +133,85 @@ struct CurveModel {
         return R;
     }
 };
+
+// Domain parameters of a signature.
+struct Domain {
+    std::string name;
+    CurveModel curve;
+    mpz_class q;
+    Affine G;
+
+    int init(rds_ctx *ctx) const
+    {
+        return rds_init(ctx, to_be(curve.p).data(), to_be(curve.a).data(), to_be(curve.b).data(),
+                        to_be(q).data(), to_be(G.x).data(), to_be(G.y).data());
+    }
+};
+
+// Those of the standards.
+inline std::vector<Domain> published_domains()
+{
+    std::vector<Domain> domains;
+    VectorFile("gost3410/curves.vec").each("curve", [&](Vector &vector) {
+        const auto number = [&](const char *name) { return from_be(vector.bytes(name)); };
+        domains.push_back({vector.text("Name"),
+                           {number("P"), number("A"), number("B")},
+                           number("Q"),
+                           {number("X"), number("Y")}});
+    });
+    return domains;
+}
+
+inline Domain published_domain(const std::string &name)
+{
+    for (const Domain &domain : published_domains())
+        if (domain.name == name)
+            return domain;
+    throw std::invalid_argument("no curve " + name);
+}
+
+// A curve with a point of that order, 4 to 10, from Tate's normal form
+//   y^2 + (1 - c) x y - b y = x^3 - b x^2 with the point (0, 0),
+// whose b and c are functions of one parameter for each order (D. S. Kubert, 1976). The order q of
+// the domain is another number: nothing needs it to be right.
+inline Domain small_order_domain(const mpz_class &p, unsigned order, const mpz_class &t,
+                                 const mpz_class &q)
+{
+    const auto over = [&](const mpz_class &x, const mpz_class &y) {
+        return modulo(x * inverse(modulo(y, p), p), p);
+    };
+    mpz_class b, c, d;
+    switch (order) {
+    case 4:
+        b = t, c = 0;
+        break;
+    case 5:
+        b = t, c = t;
+        break;
+    case 6:
+        b = t + t * t, c = t;
+        break;
+    case 7:
+        b = t * t * t - t * t, c = t * t - t;
+        break;
+    case 8:
+        b = (2 * t - 1) * (t - 1), c = over(b, t);
+        break;
+    case 9:
+        c = t * t * (t - 1), b = c * (t * (t - 1) + 1);
+        break;
+    default: // 10
+        d = over(t * t, t - (t - 1) * (t - 1));
+        c = t * d - t, b = c * d;
+    }
+    const mpz_class a1 = 1 - c, a2 = -b, a3 = -b;
+    const mpz_class b2 = a1 * a1 + 4 * a2, b4 = a1 * a3, b6 = a3 * a3;
+    const mpz_class c4 = b2 * b2 - 24 * b4, c6 = 36 * b2 * b4 - b2 * b2 * b2 - 216 * b6;
+    return {"order " + std::to_string(order),
+            {p, modulo(-27 * c4, p), modulo(-54 * c6, p)},
+            q,
+            {modulo(3 * b2, p), modulo(108 * a3, p)}};
+}
 
 // A curve of the library with its numbers.
 struct Curve : qaleccurve {

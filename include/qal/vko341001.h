@@ -1,0 +1,63 @@
+/**
+ * @file
+ * The key agreement VKO GOST R 34.10-2001 (RFC 4357, clause 5.2).
+ *
+ * Context, byte formats of keys and codes are those of rds.h. The key encryption key is the
+ * GOST R 34.11-94 digest of both coordinates of the shared point, with #CryptoPro_uz and
+ * #CryptoPro_iv. Each coordinate takes 32 bytes in the hash, its significant bytes first, most
+ * significant first, and zero bytes behind them.
+ *
+ * Timing: as in rds.h; vko341001_gen_kek() depends on the public key and the user keying material.
+ */
+#ifndef QAL_VKO341001_H
+#define QAL_VKO341001_H
+
+#include <qal/api.h>
+#include <qal/rds.h>
+
+#include <stdint.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/**
+ * Set up a context: rds_init() by another name.
+ *
+ * @param[out] ctx            record.
+ * @param[in]  p,a,b,q,x,y    32 bytes each.
+ * @return as rds_init().
+ */
+QAL_API int vko341001_init(rds_ctx *ctx, const uint8_t *p, const uint8_t *a, const uint8_t *b,
+                           const uint8_t *q, const uint8_t *x, const uint8_t *y);
+
+/**
+ * The public key of a private key, as rds_gen_keys() gives it.
+ *
+ * @param[in]  ctx      context.
+ * @param[in]  privkey  32 bytes, 1..q - 1.
+ * @param[out] pubkey   64 bytes.
+ * @return 0; 6; 7.
+ */
+QAL_API int vko341001_gen_pubkey(const rds_ctx *ctx, const uint8_t *privkey, uint8_t *pubkey);
+
+/**
+ * Agree on a key encryption key. The shared point is not multiplied by a cofactor, and may be
+ * infinity.
+ *
+ * @param[in]  ctx          context, not checked for null.
+ * @param[out] kek          32 bytes; written only if the code is 0.
+ * @param[in]  privkey      32 bytes, 1..p - 1: the bound is the modulus, not the order.
+ * @param[in]  peer_pubkey  64 bytes; (0, 0) stands for infinity.
+ * @param[in]  ukm          user keying material: a number of 8 bytes, most significant first, not
+ * 0.
+ * @return 0; 5, 6 or 9, in this order of tests; 7 before all others.
+ */
+QAL_API int vko341001_gen_kek(const rds_ctx *ctx, uint8_t *kek, const uint8_t *privkey,
+                              const uint8_t *peer_pubkey, const uint8_t *ukm);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

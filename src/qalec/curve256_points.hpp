@@ -1,0 +1,482 @@
+// Points and scalar multiplication over the fields of field256.hpp; curve256.hpp says what for.
+//
+// In Jacobian coordinates (X, Y, Z) stands for (X / Z^2, Y / Z^3), and for infinity where Z is
+// zero.
+#ifndef QAL_QALEC_CURVE256_POINTS_HPP
+#define QAL_QALEC_CURVE256_POINTS_HPP
+
+#include "base/wipe.hpp"
+#include "qalec/curve256.hpp"
+#include "qalec/field256.hpp"
+#include "qalec/invert256.hpp"
+
+#include <string.h>
+
+namespace qal::ec {
+namespace {
+
+struct Point {
+    Fe X, Y, Z;
+};
+
+// A point that is added often, with powers of its Z.
+struct Addend {
+    Fe X, Y, Z, ZZ, ZZZ;
+};
+
+template<typename Field>
+struct Group {
+    Field f;
+    Fe a;
+    bool a_is_minus_3;
+
+    [[nodiscard]] Addend addend(const Point &p) const
+    {
+        Addend r = {p.X, p.Y, p.Z, {}, {}};
+        f.sqr(r.ZZ, p.Z);
+        f.mul(r.ZZZ, r.ZZ, p.Z);
+        return r;
+    }
+
+    // r = (3 x^2 + a z^4) / 2 where zz is z^2
+    [[gnu::always_inline]] void half_slope(Fe &r, const Fe &x, const Fe &zz) const
+    {
+        Fe t;
+        if (a_is_minus_3) {
+            f.sub(t, x, zz);
+            f.add(r, x, zz);
+            f.mul(t, t, r);
+            f.half(r, t);
+            f.add(r, r, t);
+        } else {
+            Fe z4;
+            f.sqr(t, x);
+            f.add(r, t, t);
+            f.add(r, r, t);
+            f.sqr(z4, zz);
+            f.mul(t, z4, a);
+            f.add(r, r, t);
+            f.half(r, r);
+        }
+    }
+
+    // The tangent's formulas with all halved: (X, Y, Z) for (4X, 8Y, 2Z). Complete: Y = 0 and Z = 0
+    // give Z = 0.
+    [[gnu::always_inline]] void twice(Point &r, const Point &p) const
+    {
+        Fe zz, yy, b, m, t;
+        f.sqr(zz, p.Z);
+        f.sqr(yy, p.Y);
+        f.mul(r.Z, p.Y, p.Z);
+        half_slope(m, p.X, zz);
+        f.mul(b, p.X, yy);
+        f.sqr(r.X, m);
+        f.sub(r.X, r.X, b);
+        f.sub(r.X, r.X, b);
+        f.sqr(yy, yy);
+        f.sub(t, b, r.X);
+        f.mul(t, m, t);
+        f.sub(r.Y, t, yy);
+    }
+
+    // p += q, by the formulas of IEEE 1363, A.10.5. With U and S the affine coordinates on the
+    // common denominators, the slope is (S1 - S2) / (U1 - U2); for equal points the same formulas
+    // hold when the tangent's (3 U^2 + a Z^4) / 2 and S take the places of the two differences.
+    // Opposite points give Z = 0. What is infinite is sorted out at the end.
+    [[gnu::always_inline]] void add_any(Point &p, const Addend &q) const
+    {
+        Fe zz, z, u1, u2, s1, s2, w, r, t, m;
+        f.sqr(zz, p.Z);
+        f.mul(z, p.Z, q.Z);
+        f.mul(u1, p.X, q.ZZ);
+        f.mul(u2, q.X, zz);
+        f.mul(s1, p.Y, q.ZZZ);
+        f.mul(s2, p.Z, zz);
+        f.mul(s2, q.Y, s2);
+        f.sub(w, u1, u2);
+        f.add(t, u1, u2);
+        f.sub(r, s1, s2);
+        f.add(m, s1, s2);
+
+        const uint64_t equal = f.is_zero(w) & f.is_zero(r);
+        Fe tangent;
+        f.sqr(zz, z);
+        half_slope(tangent, u1, zz);
+        move_if(w, s1, equal);
+        move_if(r, tangent, equal);
+
+        Point sum;
+        f.mul(sum.Z, z, w);
+        f.sqr(u2, w);
+        f.mul(t, t, u2); // (U1 + U2) W^2
+        f.sqr(sum.X, r);
+        f.sub(sum.X, sum.X, t);
+        f.mul(u2, u2, w);
+        f.mul(m, m, u2); // (S1 + S2) W^3
+        f.sub(t, t, sum.X);
+        f.sub(t, t, sum.X);
+        f.mul(t, t, r);
+        f.sub(t, t, m);
+        f.half(sum.Y, t);
+
+        const uint64_t p_infinite = f.is_zero(p.Z), q_infinite = f.is_zero(q.Z);
+        move_if(sum.X, q.X, p_infinite);
+        move_if(sum.Y, q.Y, p_infinite);
+        move_if(sum.Z, q.Z, p_infinite);
+        move_if(sum.X, p.X, q_infinite);
+        move_if(sum.Y, p.Y, q_infinite);
+        move_if(sum.Z, p.Z, q_infinite);
+        p = sum;
+    }
+
+    // The same for points that are no secret: the cases are branches.
+    void add_public(Point &p, const Addend &q) const
+    {
+        if (f.is_zero(q.Z))
+            return;
+        if (f.is_zero(p.Z)) {
+            p = {q.X, q.Y, q.Z};
+            return;
+        }
+        Fe zz, u1, u2, s1, s2, w, r, t;
+        f.sqr(zz, p.Z);
+        f.mul(u1, p.X, q.ZZ);
+        f.mul(u2, q.X, zz);
+        f.mul(s1, p.Y, q.ZZZ);
+        f.mul(s2, p.Z, zz);
+        f.mul(s2, q.Y, s2);
+        f.sub(w, u2, u1);
+        f.sub(r, s2, s1);
+        if (f.is_zero(w)) {
+            if (f.is_zero(r))
+                twice(p, p);
+            else
+                p.Z = {};
+            return;
+        }
+        f.mul(p.Z, p.Z, q.Z);
+        f.mul(p.Z, p.Z, w);
+        f.sqr(t, w);
+        f.mul(w, t, w);
+        f.mul(u1, u1, t);
+        f.sqr(t, r);
+        f.sub(t, t, w);
+        f.sub(t, t, u1);
+        f.sub(p.X, t, u1);
+        f.sub(t, u1, p.X);
+        f.mul(t, t, r);
+        f.mul(w, s1, w);
+        f.sub(p.Y, t, w);
+    }
+
+    void negate_if(Fe &y, uint64_t mask) const
+    {
+        Fe negative;
+        f.sub(negative, {}, y);
+        move_if(y, negative, mask);
+    }
+
+    // Odd multiples 1, 3, 5, ... of p.
+    void odd_multiples(Addend *table, int size, const Point &p) const
+    {
+        Point twofold, next = p;
+        twice(twofold, p);
+        const Addend step = addend(twofold);
+        table[0] = addend(p);
+        for (int i = 1; i < size; i++) {
+            add_public(next, step);
+            table[i] = addend(next);
+        }
+    }
+
+    // Affine and plain; zeros for infinity, whose inverse comes out as zero.
+    void to_affine(uint64_t *xy, const Point &p, uint64_t k) const
+    {
+        Fe z, zz, x, y;
+        f.out(z, p.Z);
+        invert256(z, z, f.modulus(), k);
+        f.in(z, z);
+        f.sqr(zz, z);
+        f.mul(x, p.X, zz);
+        f.mul(zz, zz, z);
+        f.mul(y, p.Y, zz);
+        f.out(x, x);
+        f.out(y, y);
+        memcpy(xy, x.d, sizeof x.d);
+        memcpy(xy + digits256, y.d, sizeof y.d);
+    }
+
+    // The entry of that index, which is secret: all are read.
+    static void look_up(Addend &r, const Addend *table, uint64_t index)
+    {
+        typedef uint64_t Pair __attribute__((vector_size(16), may_alias));
+        constexpr int pairs = sizeof(Addend) / sizeof(Pair);
+        Pair sum[pairs] = {};
+        for (uint64_t i = 0; i < table256_size; i++) {
+            const uint64_t match = mask_if_zero(i ^ index);
+            const Pair mask = {match, match};
+            const Pair *entry = reinterpret_cast<const Pair *>(table + i);
+            for (int j = 0; j < pairs; j++)
+                sum[j] |= entry[j] & mask;
+        }
+        memcpy(&r, sum, sizeof r);
+    }
+
+    // xy = n p, where the table has the odd multiples of p up to 31.
+    //
+    // n + 1 stands in for an even n, and p is taken away at the end. An odd n is the sum of 52
+    // digits times powers of 32, all odd: the top one is 1, the others are in -31..31 (M. Joye and
+    // M. Tunstall, "Exponent recoding and regular exponentiation algorithms", 2009). Digit i is
+    // made of bits 5i to 5i + 5, the lowest of them taken as set, less 32.
+    void multiply(uint64_t *xy, const Addend *table, const uint64_t *n, uint64_t k) const
+    {
+        struct {
+            Point sum;
+            Addend q;
+            Point less;
+        } secret;
+        secret.sum = {table[0].X, table[0].Y, table[0].Z};
+        for (unsigned i = 255; i > 0;) {
+            i -= 5;
+            for (int j = 0; j < 5; j++)
+                twice(secret.sum, secret.sum);
+            uint64_t bits = n[i / 64] >> (i % 64);
+            if (i % 64 > 58)
+                bits |= n[i / 64 + 1] << (64 - i % 64);
+            // Bit 5 tells digits from 1 to 31 from -31 to -1; inverted for the latter, the bits
+            // between are the index.
+            const uint64_t negative = mask_of_bit(1 ^ ((bits >> 5) & 1));
+            look_up(secret.q, table, ((bits >> 1) ^ negative) & 15);
+            negate_if(secret.q.Y, negative);
+            add_any(secret.sum, secret.q);
+        }
+        secret.less = secret.sum;
+        secret.q = table[0];
+        negate_if(secret.q.Y, ~uint64_t{0});
+        add_any(secret.less, secret.q);
+        const uint64_t even = mask_of_bit(1 ^ (n[0] & 1));
+        move_if(secret.sum.X, secret.less.X, even);
+        move_if(secret.sum.Y, secret.less.Y, even);
+        move_if(secret.sum.Z, secret.less.Z, even);
+        to_affine(xy, secret.sum, k);
+        base::wipe(&secret, sizeof secret);
+    }
+
+    // Whether the abscissa of the point, not infinite, is r modulo q.
+    [[nodiscard]] bool has_abscissa(const Point &p, const Fe &r, const Fe &q) const
+    {
+        // All of r, r + q, r + 2q, ... below p, over the denominator Z^2.
+        Fe zz, candidate = r, t;
+        f.sqr(zz, p.Z);
+        do {
+            if (sub_digits(t, candidate, f.modulus()) == 0)
+                return false;
+            f.in(t, candidate);
+            f.mul(t, t, zz);
+            f.sub(t, t, p.X);
+            if (f.is_zero(t))
+                return true;
+        } while (add_digits(candidate, candidate, q) == 0);
+        return false;
+    }
+
+    // Signed digits of n for windows of w bits, least significant first: each zero or odd and less
+    // than 2^(w - 1), no two within w places other than zero. Returns their number.
+    static int non_adjacent_form(int8_t *digits, const uint64_t *n, int w)
+    {
+        uint64_t bits[digits256 + 1] = {n[0], n[1], n[2], n[3], 0};
+        const auto at = [&](int i, int count) {
+            uint64_t value = bits[i / 64] >> (i % 64);
+            if (i % 64 + count > 64)
+                value |= bits[i / 64 + 1] << (64 - i % 64);
+            return static_cast<int>(value & ((uint64_t{1} << count) - 1));
+        };
+        int carry = 0, length = 0;
+        memset(digits, 0, 257);
+        for (int i = 0; i < 257;) {
+            if (at(i, 1) == carry) {
+                i++;
+                continue;
+            }
+            const int count = 257 - i < w ? 257 - i : w;
+            int digit = at(i, count) + carry;
+            carry = digit >> (w - 1);
+            digit -= carry << w;
+            digits[i] = static_cast<int8_t>(digit);
+            length = i + 1;
+            i += count;
+        }
+        return length;
+    }
+
+    // u G + v P; nothing is secret.
+    void joint_multiple(Point &sum, const Addend *G, int G_width, const uint64_t *u,
+                        const Addend *P, int P_width, const uint64_t *v) const
+    {
+        int8_t digits[2][257];
+        const int lengths[2] = {non_adjacent_form(digits[0], u, G_width),
+                                non_adjacent_form(digits[1], v, P_width)};
+        sum = {};
+        for (int i = (lengths[0] > lengths[1] ? lengths[0] : lengths[1]) - 1; i >= 0; i--) {
+            twice(sum, sum);
+            const Addend *const tables[2] = {G, P};
+            for (int j = 0; j < 2; j++) {
+                const int digit = digits[j][i];
+                if (digit > 0) {
+                    add_public(sum, tables[j][digit / 2]);
+                } else if (digit < 0) {
+                    Addend q = tables[j][-digit / 2];
+                    negate_if(q.Y, ~uint64_t{0});
+                    add_public(sum, q);
+                }
+            }
+        }
+    }
+};
+
+inline Fe from_digits(const uint64_t *digits)
+{
+    return {{digits[0], digits[1], digits[2], digits[3]}};
+}
+
+// Digits above the length are anything.
+inline Fe from_number(const qald *x)
+{
+    Fe r = {};
+    for (uint64_t i = 0; i < x[0] && i < digits256; i++)
+        r.d[i] = x[i + 1];
+    return r;
+}
+
+// run(group) with the group over the field of the curve.
+template<typename Run>
+[[gnu::always_inline]] inline auto in_group(const Curve256 *curve, Run run)
+{
+    const Fe p = from_digits(curve->p), a = from_digits(curve->a);
+    const auto set_up = [&](auto &group) {
+        group.a = a;
+        Fe t;
+        group.f.add(t, group.f.one(), group.f.one());
+        group.f.add(t, t, group.f.one());
+        group.f.add(t, t, a);
+        group.a_is_minus_3 = group.f.is_zero(t) != 0;
+    };
+    if (curve->special) {
+        Group<SpecialField> group;
+        group.f.c = 0 - p.d[0];
+        set_up(group);
+        return run(group);
+    }
+    Group<MontgomeryField> group;
+    group.f.set_up(p, curve->k);
+    set_up(group);
+    return run(group);
+}
+
+template<typename Group>
+Point plain_point(const Group &group, const uint64_t *xy)
+{
+    uint64_t any = 0;
+    for (int i = 0; i < 2 * digits256; i++)
+        any |= xy[i];
+    if (any == 0)
+        return {};
+    Point p;
+    group.f.in(p.X, from_digits(xy));
+    group.f.in(p.Y, from_digits(xy + digits256));
+    p.Z = group.f.one();
+    return p;
+}
+
+template<typename Group>
+void given_multiples(const Group &group, Addend *table, const qalecpoint *points)
+{
+    for (int i = 0; i < table256_size; i++)
+        table[i] = group.addend(
+            {from_number(points[i].X), from_number(points[i].Y), from_number(points[i].Z)});
+}
+
+// -1 / q modulo 2^64 for odd q, by Newton's iteration from three right bits
+inline uint64_t negative_inverse(uint64_t q)
+{
+    uint64_t inverse = q;
+    for (int i = 0; i < 5; i++)
+        inverse *= 2 - q * inverse;
+    return 0 - inverse;
+}
+
+} // namespace
+
+QAL_CURVE256_MULTIPLY_BASE(QAL_CURVE256_VARIANT(curve256_multiply_base))
+{
+    in_group(curve, [=](const auto &group) {
+        Addend multiples[table256_size];
+        given_multiples(group, multiples, table);
+        group.multiply(xy, multiples, n, curve->k);
+    });
+}
+
+QAL_CURVE256_MULTIPLY(QAL_CURVE256_VARIANT(curve256_multiply))
+{
+    in_group(curve, [=](const auto &group) {
+        Addend multiples[table256_size];
+        group.odd_multiples(multiples, table256_size, plain_point(group, P));
+        group.multiply(xy, multiples, n, curve->k);
+    });
+}
+
+QAL_CURVE256_CONTAINS(QAL_CURVE256_VARIANT(curve256_contains))
+{
+    return in_group(curve, [=](const auto &group) {
+        const Point p = plain_point(group, P);
+        if (group.f.is_zero(p.Z))
+            return true;
+        Fe t, u;
+        group.f.sqr(t, p.X);
+        group.f.add(t, t, group.a);
+        group.f.mul(t, t, p.X);
+        group.f.add(t, t, from_digits(curve->b));
+        group.f.sqr(u, p.Y);
+        group.f.sub(t, t, u);
+        return group.f.is_zero(t) != 0;
+    });
+}
+
+QAL_CURVE256_MATCHES(QAL_CURVE256_VARIANT(curve256_matches))
+{
+    return in_group(curve, [=](const auto &group) {
+        constexpr int width = 5, size = 1 << (width - 2);
+        Addend of_G[table256_size], of_P[size];
+        given_multiples(group, of_G, table);
+        group.odd_multiples(of_P, size, plain_point(group, P));
+        Point sum;
+        group.joint_multiple(sum, of_G, 6, u, of_P, width, v);
+        return !group.f.is_zero(sum.Z) && group.has_abscissa(sum, from_digits(r), from_digits(q));
+    });
+}
+
+QAL_SCALAR256_SUM_OF_PRODUCTS(QAL_CURVE256_VARIANT(scalar256_sum_of_products))
+{
+    MontgomeryField f;
+    f.set_up(from_digits(q), negative_inverse(q[0]));
+    Fe products[2];
+    f.mul(products[0], from_digits(w), from_digits(x));
+    f.mul(products[1], from_digits(y), from_digits(s));
+    f.add(products[0], products[0], products[1]);
+    f.mul(products[0], products[0], f.square);
+    memcpy(z, products[0].d, sizeof products[0].d);
+    base::wipe(products, sizeof products);
+}
+
+QAL_SCALAR256_INVERT(QAL_CURVE256_VARIANT(scalar256_invert))
+{
+    Fe inverse;
+    const uint64_t invertible =
+        invert256(inverse, from_digits(x), from_digits(q), negative_inverse(q[0]));
+    memcpy(z, inverse.d, sizeof inverse.d);
+    return invertible != 0;
+}
+
+} // namespace qal::ec
+
+#endif

@@ -1,0 +1,160 @@
+#include <qal/rds.h>
+
+#include "base/wipe.hpp"
+#include "qalec/copy_point.hpp"
+#include "qalec/scalars256.hpp"
+#include "qalec/status.hpp"
+
+#include <string.h>
+
+using namespace qal::ec;
+
+namespace {
+
+bool is_below(const qald *x, const qald *bound)
+{
+    return qalcmp(x, bound) < 0;
+}
+
+// The digest as the scheme takes it.
+Scalar load_digest(const uint8_t *digest, const Scalar &q)
+{
+    Scalar e = load_scalar(digest);
+    reduce(e, q);
+    e.d[0] |= is_zero(e);
+    return e;
+}
+
+// Right-aligned in 32 bytes. Branches on the number.
+void store_number(uint8_t *out, const qald *x)
+{
+    store_digits(out, scalar_of(x).d);
+}
+
+} // namespace
+
+int rds_init(rds_ctx *ctx, const uint8_t *p, const uint8_t *a, const uint8_t *b, const uint8_t *q,
+             const uint8_t *x, const uint8_t *y)
+{
+    if (ctx == nullptr || p == nullptr || a == nullptr || b == nullptr || q == nullptr ||
+        x == nullptr || y == nullptr)
+        return null_pointer;
+    memset(ctx, 0, sizeof *ctx);
+
+    qald first[1 + digits256], second[1 + digits256], third[1 + digits256];
+    qalfrombase256(first, p, bytes256);
+    qalfrombase256(second, a, bytes256);
+    qalfrombase256(third, b, bytes256);
+    if (qalbitlen(first, 1) < 255 || first[1] % 2 == 0 || second[0] == 0 ||
+        !is_below(second, first) || third[0] == 0 || !is_below(third, first) ||
+        qaleccr(&ctx->curve, first, second, third) == nullptr)
+        return bad_curve;
+
+    qalfrombase256(second, x, bytes256);
+    qalfrombase256(third, y, bytes256);
+    if (!is_below(second, first) || !is_below(third, first) ||
+        qalecpcr(&ctx->curve, &ctx->G, second, third) == nullptr)
+        return bad_base_point;
+
+    qalfrombase256(ctx->q, q, bytes256);
+    qald next[1 + digits256 + 1];
+    if (qalbitlen(qaladd(qalcopy(next, ctx->q), QALBIG_ONE), 1) <= 254)
+        return bad_order;
+
+    ctx->pubkey_len = 2 * bytes256;
+    ctx->privkey_len = bytes256;
+    ctx->sig_len = 2 * bytes256;
+    ctx->w = 5;
+    qalecic(&ctx->curve, ctx->table, &ctx->G, ctx->w);
+    return ok;
+}
+
+int rds_get_prms(const rds_ctx *ctx, uint8_t *p, uint8_t *a, uint8_t *b, uint8_t *q, uint8_t *x,
+                 uint8_t *y)
+{
+    if (ctx == nullptr || p == nullptr || a == nullptr || b == nullptr || q == nullptr ||
+        x == nullptr || y == nullptr)
+        return null_pointer;
+    const qalpff *const f = &ctx->curve.field;
+    qalfe u, v;
+    store_number(p, f->p);
+    store_number(a, f->out(f, u, ctx->curve.a));
+    store_number(b, f->out(f, u, ctx->curve.b));
+    store_number(q, ctx->q);
+    qalecpoint point; // the context's own must not change
+    qalecpxy(&ctx->curve, copy_point(&point, &ctx->G), u, v);
+    store_number(x, u);
+    store_number(y, v);
+    return ok;
+}
+
+int rds_gen_keys(const rds_ctx *ctx, const uint8_t *privkey, uint8_t *pubkey)
+{
+    if (ctx == nullptr || privkey == nullptr || pubkey == nullptr)
+        return null_pointer;
+    Scalar d = load_scalar(privkey);
+    int code = bad_secret;
+    if (is_in_range(d, scalar_of(ctx->q))) {
+        const Curve256 curve = curve_of(ctx);
+        uint64_t xy[2 * digits256];
+        curve256_multiply_base(&curve, ctx->table, d.d, xy);
+        store_digits(pubkey, xy);
+        store_digits(pubkey + bytes256, xy + digits256);
+        code = ok;
+    }
+    qal::base::wipe(&d, sizeof d);
+    return code;
+}
+
+int rds_sign(const rds_ctx *ctx, const uint8_t *privkey, const uint8_t *k, const uint8_t *digest,
+             uint8_t *sig)
+{
+    if (ctx == nullptr || privkey == nullptr || k == nullptr || digest == nullptr || sig == nullptr)
+        return null_pointer;
+    const Scalar q = scalar_of(ctx->q);
+    struct {
+        Scalar d, k, r, s;
+        uint64_t C[2 * digits256];
+    } secret;
+    secret.d = load_scalar(privkey);
+    secret.k = load_scalar(k);
+    int code = bad_private_key;
+    if (is_in_range(secret.d, q)) {
+        const Scalar e = load_digest(digest, q);
+        code = bad_secret;
+        if (is_in_range(secret.k, q)) {
+            const Curve256 curve = curve_of(ctx);
+            curve256_multiply_base(&curve, ctx->table, secret.k.d, secret.C);
+            memcpy(secret.r.d, secret.C, sizeof secret.r.d);
+            reduce(secret.r, q);
+            secret.s = sum_of_products(q, secret.r, secret.d, e, secret.k);
+            if (!is_zero(secret.r) && !is_zero(secret.s)) {
+                store_digits(sig, secret.s.d);
+                store_digits(sig + bytes256, secret.r.d);
+                code = ok;
+            }
+        }
+    }
+    qal::base::wipe(&secret, sizeof secret);
+    return code;
+}
+
+int rds_verify(const rds_ctx *ctx, const uint8_t *pubkey, const uint8_t *digest, const uint8_t *sig)
+{
+    if (ctx == nullptr || pubkey == nullptr || digest == nullptr || sig == nullptr)
+        return null_pointer;
+    const Curve256 curve = curve_of(ctx);
+    const Scalar q = scalar_of(ctx->q), zero = {};
+    uint64_t Q[2 * digits256];
+    if (!load_point(Q, curve, pubkey))
+        return bad_public_key;
+    const Scalar s = load_scalar(sig), r = load_scalar(sig + bytes256);
+    if (!is_in_range(r, q) || !is_in_range(s, q))
+        return bad_signature;
+
+    const Scalar v = inverse(q, load_digest(digest, q));
+    const Scalar z1 = sum_of_products(q, s, v, zero, zero);
+    Scalar z2 = sum_of_products(q, r, v, zero, zero);
+    subtract(z2, q, z2);
+    return curve256_matches(&curve, ctx->table, Q, z1.d, z2.d, q.d, r.d) ? ok : bad_signature;
+}

@@ -1,0 +1,88 @@
+#include <qal/vko341001.h>
+
+#include <qal/g28147.h>
+#include <qal/gr341194.h>
+
+#include "base/wipe.hpp"
+#include "qalec/scalars256.hpp"
+#include "qalec/status.hpp"
+
+using namespace qal::ec;
+
+namespace {
+
+// The significant bytes of a coordinate at the start of 32. How many there are is secret: zero
+// bytes at the top leave in steps of 16, 8, 4, 2 and 1.
+void store_left_aligned(uint8_t *out, const uint64_t *coordinate)
+{
+    using qal::math::uint128;
+    uint128 high = uint128{coordinate[3]} << 64 | coordinate[2];
+    uint128 low = uint128{coordinate[1]} << 64 | coordinate[0];
+    for (unsigned bits = 128; bits >= 8; bits /= 2) {
+        const uint128 top = high >> (128 - bits);
+        const uint64_t any = static_cast<uint64_t>(top) | static_cast<uint64_t>(top >> 64);
+        uint64_t zero = ((any | (0 - any)) >> 63) - 1;
+        __asm__("" : "+r"(zero)); // keeps the mask from becoming a branch
+        const uint128 mask = uint128{zero} << 64 | zero;
+        // Shifts of all 128 bits, in two.
+        const uint128 moved_high = high << (bits / 2) << (bits / 2) | low >> (128 - bits);
+        const uint128 moved_low = low << (bits / 2) << (bits / 2);
+        high ^= (high ^ moved_high) & mask;
+        low ^= (low ^ moved_low) & mask;
+    }
+    const uint64_t digits[digits256] = {
+        static_cast<uint64_t>(low), static_cast<uint64_t>(low >> 64), static_cast<uint64_t>(high),
+        static_cast<uint64_t>(high >> 64)};
+    store_digits(out, digits);
+}
+
+} // namespace
+
+int vko341001_init(rds_ctx *ctx, const uint8_t *p, const uint8_t *a, const uint8_t *b,
+                   const uint8_t *q, const uint8_t *x, const uint8_t *y)
+{
+    return rds_init(ctx, p, a, b, q, x, y);
+}
+
+int vko341001_gen_pubkey(const rds_ctx *ctx, const uint8_t *privkey, uint8_t *pubkey)
+{
+    const int code = rds_gen_keys(ctx, privkey, pubkey);
+    return code == bad_secret ? bad_private_key : code;
+}
+
+int vko341001_gen_kek(const rds_ctx *ctx, uint8_t *kek, const uint8_t *privkey,
+                      const uint8_t *peer_pubkey, const uint8_t *ukm)
+{
+    if (privkey == nullptr || peer_pubkey == nullptr || ukm == nullptr || kek == nullptr)
+        return null_pointer;
+    const Curve256 curve = curve_of(ctx);
+    const Scalar p = scalar_of(ctx->curve.field.p), q = scalar_of(ctx->q), zero = {};
+    uint64_t P[2 * digits256];
+    if (!load_point(P, curve, peer_pubkey))
+        return bad_public_key;
+
+    struct {
+        Scalar d, t;
+        uint64_t K[2 * digits256];
+        uint8_t coordinates[2 * bytes256];
+        gr341194_md_ctx hash;
+    } secret;
+    secret.d = load_scalar(privkey);
+    const Scalar u = {{qal::base::load_be64(ukm), 0, 0, 0}};
+    int code = ok;
+    if (!is_in_range(secret.d, p)) {
+        code = bad_private_key;
+    } else if (!is_in_range(u, q)) {
+        code = bad_keying_material;
+    } else {
+        secret.t = sum_of_products(q, secret.d, u, zero, zero);
+        curve256_multiply(&curve, P, secret.t.d, secret.K);
+        store_left_aligned(secret.coordinates, secret.K);
+        store_left_aligned(secret.coordinates + bytes256, secret.K + digits256);
+        gr341194_md_init_ext(&secret.hash, CryptoPro_iv, CryptoPro_uz);
+        gr341194_md_update(&secret.hash, secret.coordinates, sizeof secret.coordinates);
+        gr341194_md_final(&secret.hash, kek);
+    }
+    qal::base::wipe(&secret, sizeof secret);
+    return code;
+}

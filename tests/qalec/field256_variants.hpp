@@ -1,0 +1,29 @@
+// The operations of the engine's fields as functions, once for each variant of the engine.
+#ifndef QAL_TESTS_QALEC_FIELD256_VARIANTS_HPP
+#define QAL_TESTS_QALEC_FIELD256_VARIANTS_HPP
+
+#include <stdint.h>
+
+namespace qal::test {
+
+struct Field256 {
+    // On four digits: p, operands a and b of two operations, of which others take the first.
+    typedef void Operation(const uint64_t *p, const uint64_t *a, const uint64_t *b, uint64_t *r);
+
+    Operation *add, *sub, *half, *mul, *sqr, *in, *out;
+    // r = all ones if a is zero modulo p, zero if not
+    Operation *is_zero;
+};
+
+struct Field256Variant {
+    Field256 special, montgomery;
+    // r = 1 / a, and in r[4] all ones if there is one
+    Field256::Operation *invert;
+};
+
+Field256Variant field256_portable();
+Field256Variant field256_bmi2adx();
+
+} // namespace qal::test
+
+#endif

@@ -1,0 +1,346 @@
+// The engine below signatures and key agreement, every variant of it: its arithmetic against GMP,
+// its points against the general operations.
+#include "qalec/curve256.hpp"
+#include "qalec/field256_variants.hpp"
+#include "qalec/model.hpp"
+#include "support/sweeps.hpp"
+
+#include <gtest/gtest.h>
+
+using namespace qal::test;
+using namespace qal::ec;
+
+namespace {
+
+typedef uint64_t Digits4[4];
+
+const mpz_class two256 = mpz_class(1) << 256;
+
+void export_digits(uint64_t *d, const mpz_class &x)
+{
+    for (mp_size_t i = 0; i < 4; i++)
+        d[i] = mpz_getlimbn(x.get_mpz_t(), i);
+}
+
+mpz_class import_digits(const uint64_t *d)
+{
+    mpz_class x;
+    mpz_import(x.get_mpz_t(), 4, -1, 8, 0, 0, d);
+    return x;
+}
+
+// Numbers of four digits, at their edges and at those of p and of c = 2^256 - p.
+mpz_class operand(Random &random, const mpz_class &p)
+{
+    const mpz_class near = static_cast<unsigned long>(random.below(5));
+    switch (random.below(10)) {
+    case 0:
+        return near;
+    case 1:
+        return two256 - 1 - near;
+    case 2:
+        return modulo(p + near - 2, two256);
+    case 3:
+        return modulo(two256 - p + near - 2, two256);
+    default:
+        return modulo(random_number(random, 4), two256);
+    }
+}
+
+struct Modulus {
+    mpz_class p;
+    bool special;
+};
+
+std::vector<Modulus> moduli(Random &random)
+{
+    std::vector<Modulus> list;
+    for (const uint64_t c : {uint64_t{1}, uint64_t{189}, uint64_t{617}, uint64_t{0xffffffff},
+                             uint64_t{1} << 63 | 1, ~uint64_t{0}, random.word() | 1}) {
+        const mpz_class p = two256 - mpz_class(static_cast<unsigned long>(c));
+        list.push_back({p, true});
+        list.push_back({p, false});
+    }
+    list.push_back({two256 / 4 - 1, false});
+    list.push_back({two256 / 4 + 1, false});
+    list.push_back({two256 / 2 - 1, false});
+    list.push_back({two256 / 2 + 1, false});
+    for (int i = 0; i < 4; i++)
+        list.push_back({two256 / 4 + below(random, 3 * two256 / 8) * 2 + 1, false});
+    return list;
+}
+
+std::vector<std::pair<const char *, Field256Variant>> variants()
+{
+    std::vector<std::pair<const char *, Field256Variant>> list{{"portable", field256_portable()}};
+    if (processor_features() & qal::base::cpu_bmi2_adx)
+        list.emplace_back("bmi2adx", field256_bmi2adx());
+    return list;
+}
+
+} // namespace
+
+TEST(Engine, FieldArithmetic)
+{
+    Random random;
+    for (const auto &[name, variant] : variants()) {
+        for (const Modulus &modulus : moduli(random)) {
+            const mpz_class &p = modulus.p;
+            SCOPED_TRACE(std::string(name) + ", p = " + p.get_str(16));
+            const Field256 &f = modulus.special ? variant.special : variant.montgomery;
+            const mpz_class R = modulus.special ? mpz_class(1) : inverse(modulo(two256, p), p),
+                            half = (p + 1) / 2;
+            Digits4 P, A, B, Z;
+            export_digits(P, p);
+            for (int round = 0; round < 20'000; round++) {
+                // Montgomery elements are reduced, special ones need not be.
+                mpz_class a = operand(random, p), b = operand(random, p);
+                if (!modulus.special) {
+                    a = modulo(a, p);
+                    b = modulo(b, p);
+                }
+                export_digits(A, a);
+                export_digits(B, b);
+                const auto check = [&](Field256::Operation *run, const mpz_class &expected) {
+                    run(P, A, B, Z);
+                    const mpz_class z = import_digits(Z);
+                    ASSERT_EQ(modulo(z - expected, p), 0)
+                        << "a = " << a.get_str(16) << ", b = " << b.get_str(16);
+                    ASSERT_TRUE(modulus.special || z < p);
+                };
+                check(f.add, a + b);
+                check(f.sub, a - b);
+                check(f.half, a * half);
+                check(f.mul, a * b * R);
+                check(f.sqr, a * a * R);
+                check(f.out, a * R);
+                ASSERT_LT(import_digits(Z), p);
+                f.is_zero(P, A, B, Z);
+                ASSERT_EQ(Z[0], modulo(a, p) == 0 ? ~uint64_t{0} : 0);
+                if (a < p) {
+                    f.in(P, A, B, Z);
+                    ASSERT_EQ(modulo(import_digits(Z) * R - a, p), 0);
+                }
+            }
+        }
+    }
+}
+
+TEST(Engine, Inverses)
+{
+    Random random;
+    for (const auto &[name, variant] : variants()) {
+        for (const Modulus &modulus : moduli(random)) {
+            const mpz_class &p = modulus.p;
+            SCOPED_TRACE(std::string(name) + ", p = " + p.get_str(16));
+            Digits4 P, A;
+            uint64_t Z[5];
+            export_digits(P, p);
+            for (int round = 0; round < 1'000; round++) {
+                const mpz_class a = modulo(operand(random, p), p);
+                mpz_class expected;
+                const bool invertible =
+                    mpz_invert(expected.get_mpz_t(), a.get_mpz_t(), p.get_mpz_t()) != 0;
+                export_digits(A, a);
+                variant.invert(P, A, A, Z);
+                ASSERT_EQ(Z[4], invertible ? ~uint64_t{0} : 0) << a.get_str(16);
+                if (invertible) {
+                    ASSERT_EQ(import_digits(Z), expected) << a.get_str(16);
+                } else if (a == 0) {
+                    ASSERT_EQ(import_digits(Z), 0);
+                }
+            }
+        }
+    }
+}
+
+TEST(Engine, Scalars)
+{
+    Random random;
+    const auto sums = std::vector<Variant<decltype(scalar256_sum_of_products)>>{
+        {"portable", 0, scalar256_sum_of_products_portable},
+        {"bmi2adx", qal::base::cpu_bmi2_adx, scalar256_sum_of_products_bmi2adx}};
+    const auto inverses = std::vector<Variant<decltype(scalar256_invert)>>{
+        {"portable", 0, scalar256_invert_portable},
+        {"bmi2adx", qal::base::cpu_bmi2_adx, scalar256_invert_bmi2adx}};
+    for (const Modulus &modulus : moduli(random)) {
+        const mpz_class &q = modulus.p;
+        for (int round = 0; round < 2'000; round++) {
+            const mpz_class w = operand(random, q), x = modulo(operand(random, q), q),
+                            y = operand(random, q), s = modulo(operand(random, q), q);
+            Digits4 Q, W, X, Y, S, Z;
+            export_digits(Q, q);
+            export_digits(W, w);
+            export_digits(X, x);
+            export_digits(Y, y);
+            export_digits(S, s);
+            each_variant(sums, [&](const auto &variant) {
+                variant.run(Q, W, X, Y, S, Z);
+                ASSERT_EQ(import_digits(Z), modulo(w * x + y * s, q));
+            });
+            mpz_class expected;
+            const bool invertible =
+                mpz_invert(expected.get_mpz_t(), x.get_mpz_t(), q.get_mpz_t()) != 0;
+            each_variant(inverses, [&](const auto &variant) {
+                ASSERT_EQ(variant.run(Q, X, Z), invertible);
+                if (invertible) {
+                    ASSERT_EQ(import_digits(Z), expected);
+                }
+            });
+        }
+    }
+}
+
+namespace {
+
+// A curve for the engine and for the general operations.
+struct Both {
+    Domain domain;
+    Curve curve;
+    Curve256 engine;
+    qalecpoint G, table[16];
+
+    explicit Both(const Domain &d) : domain(d), curve(d.curve), G(make_point(&curve, d.G))
+    {
+        export_digits(engine.p, d.curve.p);
+        export_digits(engine.a, value_of(curve.a));
+        export_digits(engine.b, value_of(curve.b));
+        engine.special = curve.field.mul == qalpffpsfmul;
+        engine.k = engine.special ? qalinverse(0 - engine.p[0]) : curve.field.k;
+        qalecic(&curve, table, &G, 5);
+    }
+
+    [[nodiscard]] Affine multiple(const mpz_class &n, const Affine &P) const
+    {
+        const qalecpoint point = make_point(&curve, P);
+        qalecpoint R;
+        qaleckp(&curve, &R, Number(n), &point);
+        return affine(&curve, R);
+    }
+};
+
+void export_point(uint64_t *xy, const Affine &P)
+{
+    export_digits(xy, P.infinite ? mpz_class(0) : P.x);
+    export_digits(xy + 4, P.infinite ? mpz_class(0) : P.y);
+}
+
+Affine import_point(const uint64_t *xy)
+{
+    const Affine P(import_digits(xy), import_digits(xy + 4));
+    return P.x == 0 && P.y == 0 ? Affine() : P;
+}
+
+std::vector<Domain> domains(Random &random)
+{
+    std::vector<Domain> list = published_domains();
+    for (const mpz_class &p :
+         {mpz_class(two256 - 189), mpz_class(two256 - 617),
+          next_prime(two256 - (mpz_class(1) << 64)), next_prime(two256 / 4),
+          next_prime(two256 / 2 - 1000), next_prime(two256 / 2 + below(random, two256 / 4))}) {
+        for (unsigned order = 4; order <= 10; order++)
+            list.push_back(small_order_domain(p, order, below(random, p), two256 / 2 + 1));
+        // order 2 with a = -3, and infinity
+        const mpz_class x = below(random, p), b = modulo(-(x * x - 3) * x, p);
+        list.push_back({"order 2", {p, p - 3, b}, two256 - 1, {x, 0}});
+        list.push_back({"infinity", {p, p - 3, b}, two256 - 1, {}});
+    }
+    return list;
+}
+
+mpz_class scalar(Random &random, const mpz_class &q)
+{
+    return random.below(3) ? operand(random, q)
+                           : mpz_class(static_cast<unsigned long>(random.below(70)));
+}
+
+} // namespace
+
+TEST(Engine, Multiples)
+{
+    Random random;
+    const auto of_base = std::vector<Variant<decltype(curve256_multiply_base)>>{
+        {"portable", 0, curve256_multiply_base_portable},
+        {"bmi2adx", qal::base::cpu_bmi2_adx, curve256_multiply_base_bmi2adx}};
+    const auto of_any = std::vector<Variant<decltype(curve256_multiply)>>{
+        {"portable", 0, curve256_multiply_portable},
+        {"bmi2adx", qal::base::cpu_bmi2_adx, curve256_multiply_bmi2adx}};
+    for (const Domain &domain : domains(random)) {
+        SCOPED_TRACE(domain.name + ", p = " + domain.curve.p.get_str(16));
+        const Both both(domain);
+        for (int round = 0; round < 30; round++) {
+            const mpz_class n = round < 12 ? mpz_class(round) : scalar(random, domain.q);
+            const Affine expected = both.multiple(n, domain.G);
+            Digits4 N;
+            uint64_t P[8], xy[8];
+            export_digits(N, n);
+            export_point(P, domain.G);
+            each_variant(of_base, [&](const auto &variant) {
+                variant.run(&both.engine, both.table, N, xy);
+                ASSERT_EQ(import_point(xy), expected) << n.get_str(16);
+            });
+            each_variant(of_any, [&](const auto &variant) {
+                variant.run(&both.engine, P, N, xy);
+                ASSERT_EQ(import_point(xy), expected) << n.get_str(16);
+            });
+        }
+    }
+}
+
+TEST(Engine, PointsOnTheCurve)
+{
+    Random random;
+    const auto variants = std::vector<Variant<decltype(curve256_contains)>>{
+        {"portable", 0, curve256_contains_portable},
+        {"bmi2adx", qal::base::cpu_bmi2_adx, curve256_contains_bmi2adx}};
+    for (const Domain &domain : domains(random)) {
+        const Both both(domain);
+        for (int round = 0; round < 30; round++) {
+            Affine P = domain.curve.multiple(below(random, 1000), domain.G);
+            bool there = true;
+            if (round % 2) {
+                P = Affine(element(random, domain.curve.p), element(random, domain.curve.p));
+                there = (P.x == 0 && P.y == 0) || domain.curve.contains(P);
+            }
+            uint64_t xy[8];
+            export_point(xy, P);
+            each_variant(variants, [&](const auto &variant) {
+                ASSERT_EQ(variant.run(&both.engine, xy), there);
+            });
+        }
+    }
+}
+
+TEST(Engine, JointMultiples)
+{
+    Random random;
+    const auto variants = std::vector<Variant<decltype(curve256_matches)>>{
+        {"portable", 0, curve256_matches_portable},
+        {"bmi2adx", qal::base::cpu_bmi2_adx, curve256_matches_bmi2adx}};
+    for (const Domain &domain : domains(random)) {
+        SCOPED_TRACE(domain.name + ", p = " + domain.curve.p.get_str(16));
+        const Both both(domain);
+        for (int round = 0; round < 40; round++) {
+            const mpz_class u = scalar(random, domain.q), v = scalar(random, domain.q);
+            const Affine Q = both.multiple(below(random, 1000), domain.G);
+            const Affine sum = domain.curve.sum(both.multiple(u, domain.G), both.multiple(v, Q));
+            // q small enough that several abscissas have one remainder
+            const mpz_class q = random.below(2) ? domain.q : mpz_class(two256 / 4 + 1);
+            const mpz_class r = sum.infinite ? mpz_class(5) : modulo(sum.x, q);
+            if (r == 0)
+                continue; // out of range
+            Digits4 U, V, order, R, wrong;
+            uint64_t xy[8];
+            export_digits(U, u);
+            export_digits(V, v);
+            export_digits(order, q);
+            export_digits(R, r);
+            export_digits(wrong, r == 1 ? mpz_class(2) : mpz_class(r - 1));
+            export_point(xy, Q);
+            each_variant(variants, [&](const auto &variant) {
+                ASSERT_EQ(variant.run(&both.engine, both.table, xy, U, V, order, R), !sum.infinite);
+                ASSERT_FALSE(variant.run(&both.engine, both.table, xy, U, V, order, wrong));
+            });
+        }
+    }
+}
