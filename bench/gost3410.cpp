@@ -97,19 +97,18 @@ struct Setting {
     }
 };
 
-// The engine's variants on the digits of the context.
+// The engine's variants of multiplying the base point.
 struct Variant {
     const char *name;
-    bool possible;
+    uint32_t needs;
     decltype(qal::ec::curve256_multiply_base_portable) *multiply_base;
-    decltype(qal::ec::curve256_multiply_portable) *multiply;
 };
 
 const Variant variants[] = {
-    {"qal-portable", true, qal::ec::curve256_multiply_base_portable,
-     qal::ec::curve256_multiply_portable},
-    {"qal-bmi2adx", (qal::base::cpu_features() & qal::base::cpu_bmi2_adx) != 0,
-     qal::ec::curve256_multiply_base_bmi2adx, qal::ec::curve256_multiply_bmi2adx},
+    {"qal-portable", 0, qal::ec::curve256_multiply_base_portable},
+    {"qal-bmi2adx", qal::base::cpu_bmi2_adx, qal::ec::curve256_multiply_base_bmi2adx},
+    {"qal-avx512", qal::base::cpu_bmi2_adx | qal::base::cpu_avx512,
+     qal::ec::curve256_multiply_base_avx512},
 };
 
 #if QAL_BENCH_GCRYPT
@@ -282,15 +281,16 @@ void add_key_generation(const Setting &s)
     Workload work("gost3410-keygen", "256bit", 0, 64);
     work.contender("qal", [&](uint8_t *out) { rds_gen_keys(&s.ctx, s.d.data(), out); });
     for (const Variant &variant : variants) {
-        work.contender_if(variant.possible, variant.name, [&](uint8_t *out) {
-            using namespace qal::ec;
-            const Curve256 curve = curve_of(&s.ctx);
-            const Scalar d = load_scalar(s.d.data());
-            uint64_t xy[8];
-            variant.multiply_base(&curve, s.ctx.table, d.d, xy);
-            store_digits(out, xy);
-            store_digits(out + 32, xy + 4);
-        });
+        work.contender_if(qal::base::has_bits(qal::base::cpu_features(), variant.needs),
+                          variant.name, [&](uint8_t *out) {
+                              using namespace qal::ec;
+                              const Curve256 curve = curve_of(&s.ctx);
+                              const Scalar d = load_scalar(s.d.data());
+                              uint64_t xy[8];
+                              variant.multiply_base(&curve, s.ctx.table, d.d, xy);
+                              store_digits(out, xy);
+                              store_digits(out + 32, xy + 4);
+                          });
     }
 #if QAL_BENCH_GCRYPT
     static const Gcrypt gcrypt(s);

@@ -38,12 +38,16 @@ namespace qal::ec {
 using namespace qal::base;
 
 QAL_DISPATCH(curve256_multiply_base, {
+    if (has_bits(cpu, cpu_avx512 | cpu_bmi2_adx))
+        return curve256_multiply_base_avx512;
     if (cpu & cpu_bmi2_adx)
         return curve256_multiply_base_bmi2adx;
     return curve256_multiply_base_portable;
 });
 
 QAL_DISPATCH(curve256_multiply, {
+    if (has_bits(cpu, cpu_avx512 | cpu_bmi2_adx))
+        return curve256_multiply_avx512;
     if (cpu & cpu_bmi2_adx)
         return curve256_multiply_bmi2adx;
     return curve256_multiply_portable;
@@ -56,6 +60,8 @@ QAL_DISPATCH(curve256_contains, {
 });
 
 QAL_DISPATCH(curve256_matches, {
+    if (has_bits(cpu, cpu_avx512 | cpu_bmi2_adx))
+        return curve256_matches_avx512;
     if (cpu & cpu_bmi2_adx)
         return curve256_matches_bmi2adx;
     return curve256_matches_portable;

@@ -42,6 +42,14 @@ struct Curve256 {
     bool name(const Curve256 *curve, const qalecpoint *table, const uint64_t *P,                   \
               const uint64_t *u, const uint64_t *v, const uint64_t *q, const uint64_t *r)
 
+// Of a Jacobian point's three coordinates, in internal form, the affine ones; and whether the
+// abscissa of one that is not infinite is r modulo q, as above. All is secret in the former,
+// nothing in the latter.
+#define QAL_CURVE256_TO_AFFINE(name)                                                               \
+    void name(const Curve256 *curve, const uint64_t *XYZ, uint64_t *xy)
+#define QAL_CURVE256_HAS_ABSCISSA(name)                                                            \
+    bool name(const Curve256 *curve, const uint64_t *XYZ, const uint64_t *q, const uint64_t *r)
+
 // z = w x + y s mod q for an odd q of at least 254 bits; x and s are below q, w and y are anything.
 // All but q is secret.
 #define QAL_SCALAR256_SUM_OF_PRODUCTS(name)                                                        \
@@ -55,15 +63,22 @@ struct Curve256 {
 QAL_CURVE256_MULTIPLY_BASE(curve256_multiply_base);
 QAL_CURVE256_MULTIPLY_BASE(curve256_multiply_base_portable);
 QAL_CURVE256_MULTIPLY_BASE(curve256_multiply_base_bmi2adx);
+QAL_CURVE256_MULTIPLY_BASE(curve256_multiply_base_avx512);
 QAL_CURVE256_MULTIPLY(curve256_multiply);
 QAL_CURVE256_MULTIPLY(curve256_multiply_portable);
 QAL_CURVE256_MULTIPLY(curve256_multiply_bmi2adx);
+QAL_CURVE256_MULTIPLY(curve256_multiply_avx512);
 QAL_CURVE256_CONTAINS(curve256_contains);
 QAL_CURVE256_CONTAINS(curve256_contains_portable);
 QAL_CURVE256_CONTAINS(curve256_contains_bmi2adx);
 QAL_CURVE256_MATCHES(curve256_matches);
 QAL_CURVE256_MATCHES(curve256_matches_portable);
 QAL_CURVE256_MATCHES(curve256_matches_bmi2adx);
+QAL_CURVE256_MATCHES(curve256_matches_avx512);
+QAL_CURVE256_TO_AFFINE(curve256_to_affine_portable);
+QAL_CURVE256_TO_AFFINE(curve256_to_affine_bmi2adx);
+QAL_CURVE256_HAS_ABSCISSA(curve256_has_abscissa_portable);
+QAL_CURVE256_HAS_ABSCISSA(curve256_has_abscissa_bmi2adx);
 QAL_SCALAR256_SUM_OF_PRODUCTS(scalar256_sum_of_products);
 QAL_SCALAR256_SUM_OF_PRODUCTS(scalar256_sum_of_products_portable);
 QAL_SCALAR256_SUM_OF_PRODUCTS(scalar256_sum_of_products_bmi2adx);

@@ -1,2 +1,2 @@
 #define QAL_CURVE256_VARIANT(name) name##_bmi2adx
-#include "qalec/curve256_points.hpp"
+#include "qalec/curve256_variant.hpp"

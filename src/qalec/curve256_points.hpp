@@ -9,6 +9,7 @@
 #include "qalec/curve256.hpp"
 #include "qalec/field256.hpp"
 #include "qalec/invert256.hpp"
+#include "qalec/recoding256.hpp"
 
 #include <string.h>
 
@@ -224,10 +225,7 @@ struct Group {
 
     // xy = n p, where the table has the odd multiples of p up to 31.
     //
-    // n + 1 stands in for an even n, and p is taken away at the end. An odd n is the sum of 52
-    // digits times powers of 32, all odd: the top one is 1, the others are in -31..31 (M. Joye and
-    // M. Tunstall, "Exponent recoding and regular exponentiation algorithms", 2009). Digit i is
-    // made of bits 5i to 5i + 5, the lowest of them taken as set, less 32.
+    // n + 1 stands in for an even n, and p is taken away at the end.
     void multiply(uint64_t *xy, const Addend *table, const uint64_t *n, uint64_t k) const
     {
         struct {
@@ -236,18 +234,12 @@ struct Group {
             Point less;
         } secret;
         secret.sum = {table[0].X, table[0].Y, table[0].Z};
-        for (unsigned i = 255; i > 0;) {
-            i -= 5;
-            for (int j = 0; j < 5; j++)
+        for (unsigned i = regular_digits - 1; i-- > 0;) {
+            for (unsigned j = 0; j < regular_width; j++)
                 twice(secret.sum, secret.sum);
-            uint64_t bits = n[i / 64] >> (i % 64);
-            if (i % 64 > 58)
-                bits |= n[i / 64 + 1] << (64 - i % 64);
-            // Bit 5 tells digits from 1 to 31 from -31 to -1; inverted for the latter, the bits
-            // between are the index.
-            const uint64_t negative = mask_of_bit(1 ^ ((bits >> 5) & 1));
-            look_up(secret.q, table, ((bits >> 1) ^ negative) & 15);
-            negate_if(secret.q.Y, negative);
+            const RegularDigit digit = regular_digit(n, i);
+            look_up(secret.q, table, digit.index);
+            negate_if(secret.q.Y, digit.negative);
             add_any(secret.sum, secret.q);
         }
         secret.less = secret.sum;
@@ -278,35 +270,6 @@ struct Group {
                 return true;
         } while (add_digits(candidate, candidate, q) == 0);
         return false;
-    }
-
-    // Signed digits of n for windows of w bits, least significant first: each zero or odd and less
-    // than 2^(w - 1), no two within w places other than zero. Returns their number.
-    static int non_adjacent_form(int8_t *digits, const uint64_t *n, int w)
-    {
-        uint64_t bits[digits256 + 1] = {n[0], n[1], n[2], n[3], 0};
-        const auto at = [&](int i, int count) {
-            uint64_t value = bits[i / 64] >> (i % 64);
-            if (i % 64 + count > 64)
-                value |= bits[i / 64 + 1] << (64 - i % 64);
-            return static_cast<int>(value & ((uint64_t{1} << count) - 1));
-        };
-        int carry = 0, length = 0;
-        memset(digits, 0, 257);
-        for (int i = 0; i < 257;) {
-            if (at(i, 1) == carry) {
-                i++;
-                continue;
-            }
-            const int count = 257 - i < w ? 257 - i : w;
-            int digit = at(i, count) + carry;
-            carry = digit >> (w - 1);
-            digit -= carry << w;
-            digits[i] = static_cast<int8_t>(digit);
-            length = i + 1;
-            i += count;
-        }
-        return length;
     }
 
     // u G + v P; nothing is secret.
@@ -396,6 +359,11 @@ void given_multiples(const Group &group, Addend *table, const qalecpoint *points
             {from_number(points[i].X), from_number(points[i].Y), from_number(points[i].Z)});
 }
 
+inline Point jacobian_point(const uint64_t *XYZ)
+{
+    return {from_digits(XYZ), from_digits(XYZ + digits256), from_digits(XYZ + 2 * digits256)};
+}
+
 // -1 / q modulo 2^64 for odd q, by Newton's iteration from three right bits
 inline uint64_t negative_inverse(uint64_t q)
 {
@@ -406,77 +374,6 @@ inline uint64_t negative_inverse(uint64_t q)
 }
 
 } // namespace
-
-QAL_CURVE256_MULTIPLY_BASE(QAL_CURVE256_VARIANT(curve256_multiply_base))
-{
-    in_group(curve, [=](const auto &group) {
-        Addend multiples[table256_size];
-        given_multiples(group, multiples, table);
-        group.multiply(xy, multiples, n, curve->k);
-    });
-}
-
-QAL_CURVE256_MULTIPLY(QAL_CURVE256_VARIANT(curve256_multiply))
-{
-    in_group(curve, [=](const auto &group) {
-        Addend multiples[table256_size];
-        group.odd_multiples(multiples, table256_size, plain_point(group, P));
-        group.multiply(xy, multiples, n, curve->k);
-    });
-}
-
-QAL_CURVE256_CONTAINS(QAL_CURVE256_VARIANT(curve256_contains))
-{
-    return in_group(curve, [=](const auto &group) {
-        const Point p = plain_point(group, P);
-        if (group.f.is_zero(p.Z))
-            return true;
-        Fe t, u;
-        group.f.sqr(t, p.X);
-        group.f.add(t, t, group.a);
-        group.f.mul(t, t, p.X);
-        group.f.add(t, t, from_digits(curve->b));
-        group.f.sqr(u, p.Y);
-        group.f.sub(t, t, u);
-        return group.f.is_zero(t) != 0;
-    });
-}
-
-QAL_CURVE256_MATCHES(QAL_CURVE256_VARIANT(curve256_matches))
-{
-    return in_group(curve, [=](const auto &group) {
-        constexpr int width = 5, size = 1 << (width - 2);
-        Addend of_G[table256_size], of_P[size];
-        given_multiples(group, of_G, table);
-        group.odd_multiples(of_P, size, plain_point(group, P));
-        Point sum;
-        group.joint_multiple(sum, of_G, 6, u, of_P, width, v);
-        return !group.f.is_zero(sum.Z) && group.has_abscissa(sum, from_digits(r), from_digits(q));
-    });
-}
-
-QAL_SCALAR256_SUM_OF_PRODUCTS(QAL_CURVE256_VARIANT(scalar256_sum_of_products))
-{
-    MontgomeryField f;
-    f.set_up(from_digits(q), negative_inverse(q[0]));
-    Fe products[2];
-    f.mul(products[0], from_digits(w), from_digits(x));
-    f.mul(products[1], from_digits(y), from_digits(s));
-    f.add(products[0], products[0], products[1]);
-    f.mul(products[0], products[0], f.square);
-    memcpy(z, products[0].d, sizeof products[0].d);
-    base::wipe(products, sizeof products);
-}
-
-QAL_SCALAR256_INVERT(QAL_CURVE256_VARIANT(scalar256_invert))
-{
-    Fe inverse;
-    const uint64_t invertible =
-        invert256(inverse, from_digits(x), from_digits(q), negative_inverse(q[0]));
-    memcpy(z, inverse.d, sizeof inverse.d);
-    return invertible != 0;
-}
-
 } // namespace qal::ec
 
 #endif

@@ -24,6 +24,11 @@ struct Field256Variant {
 Field256Variant field256_portable();
 Field256Variant field256_bmi2adx();
 
+// r = a b modulo p, below 2^256, in each of four lanes. a_top and b_top, below 16, stand above the
+// four digits of each factor.
+void field256_avx512_mul(const uint64_t *p, const uint64_t (*a)[4], const uint64_t *a_top,
+                         const uint64_t (*b)[4], const uint64_t *b_top, uint64_t (*r)[4]);
+
 } // namespace qal::test
 
 #endif

@@ -15,6 +15,7 @@ namespace {
 typedef uint64_t Digits4[4];
 
 const mpz_class two256 = mpz_class(1) << 256;
+constexpr uint32_t wide = qal::base::cpu_avx512 | qal::base::cpu_bmi2_adx;
 
 void export_digits(uint64_t *d, const mpz_class &x)
 {
@@ -121,6 +122,40 @@ TEST(Engine, FieldArithmetic)
                     f.in(P, A, B, Z);
                     ASSERT_EQ(modulo(import_digits(Z) * R - a, p), 0);
                 }
+            }
+        }
+    }
+}
+
+// Four products side by side, of factors that need not be below 2^256.
+TEST(Engine, FieldProductsInLanes)
+{
+    if ((processor_features() & wide) != wide)
+        GTEST_SKIP() << "needs AVX-512";
+    Random random;
+    for (const uint64_t c : {uint64_t{1}, uint64_t{189}, uint64_t{617}, uint64_t{0xffffffff},
+                             (uint64_t{1} << 40) - 1, random.word() >> 24 | 1}) {
+        const mpz_class p = two256 - mpz_class(static_cast<unsigned long>(c));
+        SCOPED_TRACE("p = " + p.get_str(16));
+        Digits4 P, A[4], B[4], R[4];
+        export_digits(P, p);
+        for (int round = 0; round < 50'000; round++) {
+            mpz_class a[4], b[4];
+            uint64_t a_top[4], b_top[4];
+            for (int lane = 0; lane < 4; lane++) {
+                a[lane] = operand(random, p);
+                b[lane] = operand(random, p);
+                a_top[lane] = random.below(3) ? random.below(16) : 15;
+                b_top[lane] = random.below(3) ? random.below(16) : 15;
+                export_digits(A[lane], a[lane]);
+                export_digits(B[lane], b[lane]);
+            }
+            field256_avx512_mul(P, A, a_top, B, b_top, R);
+            for (int lane = 0; lane < 4; lane++) {
+                const mpz_class x = a[lane] + two256 * mpz_class(a_top[lane]),
+                                y = b[lane] + two256 * mpz_class(b_top[lane]);
+                ASSERT_EQ(modulo(import_digits(R[lane]) - x * y, p), 0)
+                    << x.get_str(16) << " * " << y.get_str(16);
             }
         }
     }
@@ -261,10 +296,12 @@ TEST(Engine, Multiples)
     Random random;
     const auto of_base = std::vector<Variant<decltype(curve256_multiply_base)>>{
         {"portable", 0, curve256_multiply_base_portable},
-        {"bmi2adx", qal::base::cpu_bmi2_adx, curve256_multiply_base_bmi2adx}};
+        {"bmi2adx", qal::base::cpu_bmi2_adx, curve256_multiply_base_bmi2adx},
+        {"avx512", wide, curve256_multiply_base_avx512}};
     const auto of_any = std::vector<Variant<decltype(curve256_multiply)>>{
         {"portable", 0, curve256_multiply_portable},
-        {"bmi2adx", qal::base::cpu_bmi2_adx, curve256_multiply_bmi2adx}};
+        {"bmi2adx", qal::base::cpu_bmi2_adx, curve256_multiply_bmi2adx},
+        {"avx512", wide, curve256_multiply_avx512}};
     for (const Domain &domain : domains(random)) {
         SCOPED_TRACE(domain.name + ", p = " + domain.curve.p.get_str(16));
         const Both both(domain);
@@ -316,7 +353,8 @@ TEST(Engine, JointMultiples)
     Random random;
     const auto variants = std::vector<Variant<decltype(curve256_matches)>>{
         {"portable", 0, curve256_matches_portable},
-        {"bmi2adx", qal::base::cpu_bmi2_adx, curve256_matches_bmi2adx}};
+        {"bmi2adx", qal::base::cpu_bmi2_adx, curve256_matches_bmi2adx},
+        {"avx512", wide, curve256_matches_avx512}};
     for (const Domain &domain : domains(random)) {
         SCOPED_TRACE(domain.name + ", p = " + domain.curve.p.get_str(16));
         const Both both(domain);

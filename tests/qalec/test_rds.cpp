@@ -178,6 +178,7 @@ std::vector<Domain> other_domains(Random &random)
     // 3 modulo 4, the small and the large of 255 and 256 bits; c of 2 to 64 bits
     const std::vector<mpz_class> moduli{top - 189,
                                         top - 617,
+                                        next_prime(top - (mpz_class(1) << 40)),
                                         next_prime(top - (mpz_class(1) << 64)),
                                         next_prime(top - (mpz_class(1) << 65)),
                                         next_prime(top / 4),
