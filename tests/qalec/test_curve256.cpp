@@ -271,8 +271,9 @@ std::vector<Domain> domains(Random &random)
     std::vector<Domain> list = published_domains();
     for (const mpz_class &p :
          {mpz_class(two256 - 189), mpz_class(two256 - 617),
-          next_prime(two256 - (mpz_class(1) << 64)), next_prime(two256 / 4),
-          next_prime(two256 / 2 - 1000), next_prime(two256 / 2 + below(random, two256 / 4))}) {
+          next_prime(two256 - (mpz_class(1) << 40)), next_prime(two256 - (mpz_class(1) << 64)),
+          next_prime(two256 / 4), next_prime(two256 / 2 - 1000),
+          next_prime(two256 / 2 + below(random, two256 / 4))}) {
         for (unsigned order = 4; order <= 10; order++)
             list.push_back(small_order_domain(p, order, below(random, p), two256 / 2 + 1));
         // order 2 with a = -3, and infinity
