@@ -115,3 +115,32 @@ say "  encrypted with the public key, and back with the private one"
 heading "GOST R 34.11-94"
 time=$(seconds "$qal" digest -a gost94 --tag "$work/plain")
 say "  $mib MiB in $time s, $(throughput $mib "$time"): $(sed 's/.*= //' "$work/out")"
+
+heading "Signatures and key agreement (GOST R 34.10-2001)"
+there=$("$qal" gost genkey --pem | tee "$work/key.pem" | wc -l)
+"$qal" gost pubkey --pem --key-file "$work/key.pem" -o "$work/pubkey.pem"
+say "  a key pair: PKCS#8 in $there lines of PEM, and its public key"
+time=$(seconds "$qal" gost sign --key-file "$work/key.pem" -o "$work/signature" "$work/plain")
+"$qal" gost verify --pubkey-file "$work/pubkey.pem" --signature-file "$work/signature" "$work/plain" >"$work/out"
+line="  a file of $mib MiB signed in $time s; the signature is valid"
+if openssl engine gost >"$work/out" 2>&1; then
+    openssl dgst -engine gost -md_gost94 -verify "$work/pubkey.pem" -signature "$work/signature" \
+        "$work/plain" >"$work/out" 2>&1
+    openssl dgst -engine gost -md_gost94 -sign "$work/key.pem" -out "$work/theirs" README.md 2>"$work/out"
+    "$qal" gost verify --pubkey-file "$work/pubkey.pem" --signature-file "$work/theirs" README.md >"$work/out"
+    line+=", for OpenSSL's GOST engine as well, and so is one that it made"
+fi
+say "$line"
+printf 'z' | dd of="$work/plain" bs=1 seek=4711 conv=notrunc status=none
+if "$qal" gost verify --pubkey-file "$work/pubkey.pem" --signature-file "$work/signature" "$work/plain" >"$work/out"; then
+    say "  a changed byte went past the signature" >&2
+    exit 1
+fi
+say "  one byte of the file changed: the signature is not valid any more"
+"$qal" gost genkey --pem -o "$work/peer.pem"
+"$qal" gost pubkey --pem --key-file "$work/peer.pem" -o "$work/peer-pubkey.pem"
+ukm=$(hexadecimal 8)
+"$qal" gost kek --key-file "$work/key.pem" --pubkey-file "$work/peer-pubkey.pem" --ukm "$ukm" -o "$work/kek-1"
+"$qal" gost kek --key-file "$work/peer.pem" --pubkey-file "$work/pubkey.pem" --ukm "$ukm" -o "$work/kek-2"
+cmp "$work/kek-1" "$work/kek-2"
+say "  two parties agree on the same key encryption key"

@@ -5,6 +5,7 @@
 #include "qalmath64/odd_powers.hpp"
 #include "qalmath64/secret_power.hpp"
 #include "rsa/public_power.hpp"
+#include "qalec/curve256.hpp"
 #include "ru/kuznyechik_kernels.hpp"
 #include "ru/streebog_kernels.hpp"
 
@@ -43,6 +44,14 @@ void expect_first_possible(Function *chosen, std::initializer_list<Choice<Functi
 
 #define RESOLVER(name) extern "C" decltype(&name) qal_resolve_##name()
 
+namespace qal::ec {
+RESOLVER(curve256_multiply_base);
+RESOLVER(curve256_multiply);
+RESOLVER(curve256_contains);
+RESOLVER(curve256_matches);
+RESOLVER(scalar256_sum_of_products);
+RESOLVER(scalar256_invert);
+} // namespace qal::ec
 namespace qal::gost {
 RESOLVER(g28147_blocks);
 RESOLVER(gr341194_steps);
@@ -64,6 +73,31 @@ RESOLVER(kuzn_block_enc);
 RESOLVER(kuzn_setup_keys);
 RESOLVER(streebog_gN);
 RESOLVER(streebog_lpsx64);
+
+TEST(Dispatch, Curves)
+{
+    using namespace qal::ec;
+    constexpr uint32_t wide = cpu_avx512 | cpu_bmi2_adx;
+    expect_first_possible(qal_resolve_curve256_multiply_base(),
+                          {{wide, curve256_multiply_base_avx512},
+                           {cpu_bmi2_adx, curve256_multiply_base_bmi2adx},
+                           {0, curve256_multiply_base_portable}});
+    expect_first_possible(qal_resolve_curve256_multiply(),
+                          {{wide, curve256_multiply_avx512},
+                           {cpu_bmi2_adx, curve256_multiply_bmi2adx},
+                           {0, curve256_multiply_portable}});
+    expect_first_possible(
+        qal_resolve_curve256_contains(),
+        {{cpu_bmi2_adx, curve256_contains_bmi2adx}, {0, curve256_contains_portable}});
+    expect_first_possible(qal_resolve_curve256_matches(), {{wide, curve256_matches_avx512},
+                                                           {cpu_bmi2_adx, curve256_matches_bmi2adx},
+                                                           {0, curve256_matches_portable}});
+    expect_first_possible(qal_resolve_scalar256_sum_of_products(),
+                          {{cpu_bmi2_adx, scalar256_sum_of_products_bmi2adx},
+                           {0, scalar256_sum_of_products_portable}});
+    expect_first_possible(qal_resolve_scalar256_invert(), {{cpu_bmi2_adx, scalar256_invert_bmi2adx},
+                                                           {0, scalar256_invert_portable}});
+}
 
 TEST(Dispatch, Gost28147)
 {

@@ -48,6 +48,12 @@ static bool is_hex_digit(char c)
     return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
 }
 
+std::string line_about(const std::string &name, const std::string &before, const std::string &after)
+{
+    const EscapedName escaped = escape(name);
+    return (escaped.changed ? "\\" : "") + before + escaped.text + after + "\n";
+}
+
 std::optional<ListedDigest> parse_listed(std::string_view line)
 {
     // Blanks may stand before the line.

@@ -18,6 +18,10 @@ struct EscapedName {
 
 EscapedName escape(std::string_view name);
 
+// A line with the name between the other parts.
+std::string line_about(const std::string &name, const std::string &before,
+                       const std::string &after);
+
 struct ListedDigest {
     std::string_view tag; // empty in an untagged line
     std::string_view hex; // hexadecimal digits, perhaps; never empty

@@ -48,13 +48,6 @@ void absorb(Mac &mac, const std::string &name)
     });
 }
 
-// The line's name as qal digest shows it.
-std::string shown(const std::string &name, const std::string &before, const std::string &after)
-{
-    const EscapedName escaped = escape(name);
-    return (escaped.changed ? "\\" : "") + before + escaped.text + after + "\n";
-}
-
 bool verify(const Options &options, const Secret &key, const uint32_t *table,
             const std::string &name)
 {
@@ -65,7 +58,7 @@ bool verify(const Options &options, const Secret &key, const uint32_t *table,
     Mac mac(key, table);
     absorb(mac, name);
     const bool good = g28147_hmac_final_verify(&mac.ctx, expected->data());
-    print(shown(name, "", good ? ": OK" : ": FAILED"));
+    print(line_about(name, "", good ? ": OK" : ": FAILED"));
     return good;
 }
 
@@ -81,7 +74,7 @@ bool print_macs(const Secret &key, const uint32_t *table, const std::vector<std:
                 throw std::runtime_error(name +
                                          ": too short to have a MAC, which takes more than 8 "
                                          "bytes");
-            print(shown(name, to_hex(code) + "  ", ""));
+            print(line_about(name, to_hex(code) + "  ", ""));
         } catch (const WriteError &) {
             throw;
         } catch (const std::runtime_error &error) {

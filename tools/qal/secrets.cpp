@@ -46,14 +46,14 @@ Secret::~Secret()
         explicit_bzero(bytes_.data(), bytes_.size());
 }
 
-SecretSource::SecretSource(CLI::App &command, std::string what, bool required)
+SecretSource::SecretSource(CLI::App &command, std::string what, bool required,
+                           const std::string &form)
     : what_(std::move(what))
 {
     CLI::Option_group *group = command.add_option_group(what_);
-    file_option_ = group
-                       ->add_option("--" + what_ + "-file", file_,
-                                    "File with the " + what_ + " in hexadecimal")
-                       ->type_name("FILE");
+    file_option_ =
+        group->add_option("--" + what_ + "-file", file_, "File with the " + what_ + " in " + form)
+            ->type_name("FILE");
     descriptor_option_ = group
                              ->add_option("--" + what_ + "-fd", descriptor_,
                                           "Descriptor to read the " + what_ + " from, likewise")
@@ -70,32 +70,43 @@ bool SecretSource::given() const
     return file_option_->count() + descriptor_option_->count() > 0;
 }
 
-Secret SecretSource::read(size_t size) const
+std::string SecretSource::name() const
 {
-    const bool by_descriptor = descriptor_option_->count() > 0;
-    const std::string name =
-        what_ +
-        (by_descriptor ? " (descriptor " + std::to_string(descriptor_) + ")" : " file " + file_);
+    return what_ + (descriptor_option_->count() > 0
+                        ? " (descriptor " + std::to_string(descriptor_) + ")"
+                        : " file " + file_);
+}
+
+Secret SecretSource::read_text() const
+{
     Text text;
-    if (by_descriptor) {
-        read_all(descriptor_, name, text);
+    if (descriptor_option_->count() > 0) {
+        read_all(descriptor_, name(), text);
     } else {
         const int fd = ::open(file_.c_str(), O_RDONLY | O_CLOEXEC);
         if (fd < 0)
-            throw FileError(name, errno);
+            throw FileError(name(), errno);
         try {
-            read_all(fd, name, text);
+            read_all(fd, name(), text);
         } catch (...) {
             ::close(fd);
             throw;
         }
         ::close(fd);
     }
+    return Secret(std::span(reinterpret_cast<const uint8_t *>(text.characters.data()), text.size));
+}
 
+Secret SecretSource::read(size_t size) const
+{
+    return secret_from_hex(read_text().text(), size, name());
+}
+
+Secret secret_from_hex(std::string_view text, size_t size, const std::string &name)
+{
     Secret secret(size);
     size_t digits = 0;
-    for (size_t i = 0; i < text.size; i++) {
-        const char c = text.characters[i];
+    for (const char c : text) {
         if (c == ' ' || c == '\n' || c == '\r' || c == '\t')
             continue;
         const int value = hex_value(c);
