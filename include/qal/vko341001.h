@@ -7,7 +7,8 @@
  * #CryptoPro_iv. Each coordinate takes 32 bytes in the hash, its significant bytes first, most
  * significant first, and zero bytes behind them.
  *
- * Timing: as in rds.h; vko341001_gen_kek() depends on the public key and the user keying material.
+ * Timing: as in rds.h; vko341001_gen_kek() depends on the public key and the user keying material,
+ * and on the shared point as far as the hash does (gr341194.h).
  */
 #ifndef QAL_VKO341001_H
 #define QAL_VKO341001_H

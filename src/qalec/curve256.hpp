@@ -3,7 +3,8 @@
 //
 // It gives the results of the operations of qalec.h, faster, and without a branch or an address
 // that depends on a scalar. Numbers are four digits, least significant first; affine points are
-// eight, x and then y, plain and below p; infinity is (0, 0).
+// eight, x and then y, plain and below p; infinity is (0, 0). Secrets that are left on the stack
+// are the caller's to wipe.
 #ifndef QAL_QALEC_CURVE256_HPP
 #define QAL_QALEC_CURVE256_HPP
 

@@ -8,7 +8,7 @@
 // 1998). Additions know nothing of equal, opposite and infinite points: any of those makes Z zero,
 // and once zero it stays so. Then, and for other p, the variant for general registers does it all
 // again. With a point of prime order q that takes a scalar of q - 1 or a multiple of q.
-#include "base/wipe.hpp"
+#include "base/secrecy.hpp"
 #include "qalec/curve256.hpp"
 #include "qalec/field256_avx512.hpp"
 #include "qalec/recoding256.hpp"
@@ -241,31 +241,26 @@ void look_up(Addend4 &r, const Addend4 *table, uint64_t index)
 bool multiple(const Group4 &group, uint64_t *XYZ, const Point4 &P, const Addend4 *table,
               const uint64_t *n)
 {
-    struct {
-        Point4 sum, less;
-        Addend4 q;
-        F4 y;
-    } secret;
-    secret.sum = P;
+    Point4 sum = P;
+    Addend4 q;
     for (unsigned i = regular_digits - 1; i-- > 0;) {
         for (unsigned j = 0; j < regular_width; j++)
-            group.twice(secret.sum);
+            group.twice(sum);
         const RegularDigit digit = regular_digit(n, i);
-        look_up(secret.q, table, digit.index);
-        secret.y = Group4::negative_if(Group4::second(secret.q), group.p5555, digit.negative);
-        group.add_point(secret.sum, Group4::first(secret.q), secret.y);
+        look_up(q, table, digit.index);
+        group.add_point(sum, Group4::first(q),
+                        Group4::negative_if(Group4::second(q), group.p5555, digit.negative));
     }
-    secret.less = secret.sum;
-    group.add_point(secret.less, Group4::first(table[0]),
+    Point4 less = sum;
+    group.add_point(less, Group4::first(table[0]),
                     Group4::negative_if(Group4::second(table[0]), group.p5555, ~uint64_t{0}));
     const __m256i even = _mm256_set1_epi64x(static_cast<int64_t>(mask_of_bit(1 ^ (n[0] & 1))));
 #pragma GCC unroll 10
     for (int i = 0; i < limbs; i++)
-        secret.sum.p.limb[i] = _mm256_or_si256(_mm256_and_si256(even, secret.less.p.limb[i]),
-                                               _mm256_andnot_si256(even, secret.sum.p.limb[i]));
-    const bool found = group.coordinates(XYZ, secret.sum);
-    base::wipe(&secret, sizeof secret);
-    return found;
+        sum.p.limb[i] = _mm256_or_si256(_mm256_and_si256(even, less.p.limb[i]),
+                                        _mm256_andnot_si256(even, sum.p.limb[i]));
+    // For a point of order q this says no more than that the scalar is q - 1 or no proper one.
+    return base::declassified(group.coordinates(XYZ, sum));
 }
 
 } // namespace
@@ -282,7 +277,6 @@ QAL_CURVE256_MULTIPLY_BASE(curve256_multiply_base_avx512)
         found = multiple(group, XYZ, G, multiples, n);
         if (found)
             curve256_to_affine_bmi2adx(curve, XYZ, xy);
-        base::wipe(XYZ, sizeof XYZ);
     }
     if (!found)
         curve256_multiply_base_bmi2adx(curve, table, n, xy);
@@ -300,7 +294,6 @@ QAL_CURVE256_MULTIPLY(curve256_multiply_avx512)
         found = multiple(group, XYZ, point, multiples, n);
         if (found)
             curve256_to_affine_bmi2adx(curve, XYZ, xy);
-        base::wipe(XYZ, sizeof XYZ);
     }
     if (!found)
         curve256_multiply_bmi2adx(curve, P, n, xy);

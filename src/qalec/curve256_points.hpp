@@ -5,7 +5,6 @@
 #ifndef QAL_QALEC_CURVE256_POINTS_HPP
 #define QAL_QALEC_CURVE256_POINTS_HPP
 
-#include "base/wipe.hpp"
 #include "qalec/curve256.hpp"
 #include "qalec/field256.hpp"
 #include "qalec/invert256.hpp"
@@ -228,30 +227,25 @@ struct Group {
     // n + 1 stands in for an even n, and p is taken away at the end.
     void multiply(uint64_t *xy, const Addend *table, const uint64_t *n, uint64_t k) const
     {
-        struct {
-            Point sum;
-            Addend q;
-            Point less;
-        } secret;
-        secret.sum = {table[0].X, table[0].Y, table[0].Z};
+        Point sum = {table[0].X, table[0].Y, table[0].Z};
+        Addend q;
         for (unsigned i = regular_digits - 1; i-- > 0;) {
             for (unsigned j = 0; j < regular_width; j++)
-                twice(secret.sum, secret.sum);
+                twice(sum, sum);
             const RegularDigit digit = regular_digit(n, i);
-            look_up(secret.q, table, digit.index);
-            negate_if(secret.q.Y, digit.negative);
-            add_any(secret.sum, secret.q);
+            look_up(q, table, digit.index);
+            negate_if(q.Y, digit.negative);
+            add_any(sum, q);
         }
-        secret.less = secret.sum;
-        secret.q = table[0];
-        negate_if(secret.q.Y, ~uint64_t{0});
-        add_any(secret.less, secret.q);
+        Point less = sum;
+        q = table[0];
+        negate_if(q.Y, ~uint64_t{0});
+        add_any(less, q);
         const uint64_t even = mask_of_bit(1 ^ (n[0] & 1));
-        move_if(secret.sum.X, secret.less.X, even);
-        move_if(secret.sum.Y, secret.less.Y, even);
-        move_if(secret.sum.Z, secret.less.Z, even);
-        to_affine(xy, secret.sum, k);
-        base::wipe(&secret, sizeof secret);
+        move_if(sum.X, less.X, even);
+        move_if(sum.Y, less.Y, even);
+        move_if(sum.Z, less.Z, even);
+        to_affine(xy, sum, k);
     }
 
     // Whether the abscissa of the point, not infinite, is r modulo q.

@@ -73,7 +73,6 @@ QAL_SCALAR256_SUM_OF_PRODUCTS(QAL_CURVE256_VARIANT(scalar256_sum_of_products))
     f.add(products[0], products[0], products[1]);
     f.mul(products[0], products[0], f.square);
     memcpy(z, products[0].d, sizeof products[0].d);
-    base::wipe(products, sizeof products);
 }
 
 QAL_SCALAR256_INVERT(QAL_CURVE256_VARIANT(scalar256_invert))

@@ -3,7 +3,6 @@
 #ifndef QAL_QALEC_FIELD256_AVX512_HPP
 #define QAL_QALEC_FIELD256_AVX512_HPP
 
-#include "base/wipe.hpp"
 #include "qalec/field256.hpp"
 
 #include <immintrin.h>
@@ -187,7 +186,6 @@ struct Field4 {
         SpecialField f;
         f.c = digit[0];
         f.add(r, r, {{(v[4][index] >> 48) * f.c, 0, 0, 0}});
-        base::wipe(v, sizeof v);
         return r;
     }
 };

@@ -1,5 +1,6 @@
 #include <qal/rds.h>
 
+#include "base/secrecy.hpp"
 #include "base/wipe.hpp"
 #include "qalec/copy_point.hpp"
 #include "qalec/scalars256.hpp"
@@ -8,6 +9,7 @@
 #include <string.h>
 
 using namespace qal::ec;
+using qal::base::declassified;
 
 namespace {
 
@@ -88,21 +90,54 @@ int rds_get_prms(const rds_ctx *ctx, uint8_t *p, uint8_t *a, uint8_t *b, uint8_t
     return ok;
 }
 
+namespace {
+
+[[gnu::noinline]] int gen_keys(const rds_ctx *ctx, const uint8_t *privkey, uint8_t *pubkey)
+{
+    const Scalar d = load_scalar(privkey);
+    // The code says so.
+    if (!declassified(is_in_range(d, scalar_of(ctx->q))))
+        return bad_secret;
+    const Curve256 curve = curve_of(ctx);
+    uint64_t xy[2 * digits256];
+    curve256_multiply_base(&curve, ctx->table, d.d, xy);
+    store_digits(pubkey, xy);
+    store_digits(pubkey + bytes256, xy + digits256);
+    return ok;
+}
+
+[[gnu::noinline]] int sign(const rds_ctx *ctx, const uint8_t *privkey, const uint8_t *nonce,
+                           const uint8_t *digest, uint8_t *sig)
+{
+    // The code tells what the conditions are; where the last ones are not met, k is used for
+    // nothing.
+    const Scalar q = scalar_of(ctx->q), d = load_scalar(privkey), k = load_scalar(nonce);
+    if (!declassified(is_in_range(d, q)))
+        return bad_private_key;
+    const Scalar e = load_digest(digest, q);
+    if (!declassified(is_in_range(k, q)))
+        return bad_secret;
+    const Curve256 curve = curve_of(ctx);
+    uint64_t C[2 * digits256];
+    curve256_multiply_base(&curve, ctx->table, k.d, C);
+    Scalar r = {{C[0], C[1], C[2], C[3]}};
+    reduce(r, q);
+    const Scalar s = sum_of_products(q, r, d, e, k);
+    if (declassified(is_zero(r)) || declassified(is_zero(s)))
+        return bad_secret;
+    store_digits(sig, s.d);
+    store_digits(sig + bytes256, r.d);
+    return ok;
+}
+
+} // namespace
+
 int rds_gen_keys(const rds_ctx *ctx, const uint8_t *privkey, uint8_t *pubkey)
 {
     if (ctx == nullptr || privkey == nullptr || pubkey == nullptr)
         return null_pointer;
-    Scalar d = load_scalar(privkey);
-    int code = bad_secret;
-    if (is_in_range(d, scalar_of(ctx->q))) {
-        const Curve256 curve = curve_of(ctx);
-        uint64_t xy[2 * digits256];
-        curve256_multiply_base(&curve, ctx->table, d.d, xy);
-        store_digits(pubkey, xy);
-        store_digits(pubkey + bytes256, xy + digits256);
-        code = ok;
-    }
-    qal::base::wipe(&d, sizeof d);
+    const int code = gen_keys(ctx, privkey, pubkey);
+    qal::base::wipe_stack<stack256>();
     return code;
 }
 
@@ -111,31 +146,8 @@ int rds_sign(const rds_ctx *ctx, const uint8_t *privkey, const uint8_t *k, const
 {
     if (ctx == nullptr || privkey == nullptr || k == nullptr || digest == nullptr || sig == nullptr)
         return null_pointer;
-    const Scalar q = scalar_of(ctx->q);
-    struct {
-        Scalar d, k, r, s;
-        uint64_t C[2 * digits256];
-    } secret;
-    secret.d = load_scalar(privkey);
-    secret.k = load_scalar(k);
-    int code = bad_private_key;
-    if (is_in_range(secret.d, q)) {
-        const Scalar e = load_digest(digest, q);
-        code = bad_secret;
-        if (is_in_range(secret.k, q)) {
-            const Curve256 curve = curve_of(ctx);
-            curve256_multiply_base(&curve, ctx->table, secret.k.d, secret.C);
-            memcpy(secret.r.d, secret.C, sizeof secret.r.d);
-            reduce(secret.r, q);
-            secret.s = sum_of_products(q, secret.r, secret.d, e, secret.k);
-            if (!is_zero(secret.r) && !is_zero(secret.s)) {
-                store_digits(sig, secret.s.d);
-                store_digits(sig + bytes256, secret.r.d);
-                code = ok;
-            }
-        }
-    }
-    qal::base::wipe(&secret, sizeof secret);
+    const int code = sign(ctx, privkey, k, digest, sig);
+    qal::base::wipe_stack<stack256>();
     return code;
 }
 

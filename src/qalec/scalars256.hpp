@@ -16,6 +16,9 @@ namespace qal::ec {
 
 constexpr uint32_t bytes256 = 32;
 
+// More than what the engine and the hash of VKO use of the stack.
+constexpr size_t stack256 = 24576;
+
 struct Scalar {
     uint64_t d[digits256];
 };

@@ -3,6 +3,7 @@
 #include <qal/g28147.h>
 #include <qal/gr341194.h>
 
+#include "base/secrecy.hpp"
 #include "base/wipe.hpp"
 #include "qalec/scalars256.hpp"
 #include "qalec/status.hpp"
@@ -36,6 +37,33 @@ void store_left_aligned(uint8_t *out, const uint64_t *coordinate)
     store_digits(out, digits);
 }
 
+[[gnu::noinline]] int gen_kek(const rds_ctx *ctx, uint8_t *kek, const uint8_t *privkey,
+                              const uint8_t *peer_pubkey, const uint8_t *ukm)
+{
+    const Curve256 curve = curve_of(ctx);
+    const Scalar p = scalar_of(ctx->curve.field.p), q = scalar_of(ctx->q), zero = {};
+    uint64_t P[2 * digits256];
+    if (!load_point(P, curve, peer_pubkey))
+        return bad_public_key;
+    const Scalar d = load_scalar(privkey), u = {{qal::base::load_be64(ukm), 0, 0, 0}};
+    if (!qal::base::declassified(is_in_range(d, p))) // the code says so
+        return bad_private_key;
+    if (!is_in_range(u, q))
+        return bad_keying_material;
+
+    const Scalar t = sum_of_products(q, d, u, zero, zero);
+    uint64_t K[2 * digits256];
+    curve256_multiply(&curve, P, t.d, K);
+    uint8_t coordinates[2 * bytes256];
+    store_left_aligned(coordinates, K);
+    store_left_aligned(coordinates + bytes256, K + digits256);
+    gr341194_md_ctx hash;
+    gr341194_md_init_ext(&hash, CryptoPro_iv, CryptoPro_uz);
+    gr341194_md_update(&hash, coordinates, sizeof coordinates);
+    gr341194_md_final(&hash, kek);
+    return ok;
+}
+
 } // namespace
 
 int vko341001_init(rds_ctx *ctx, const uint8_t *p, const uint8_t *a, const uint8_t *b,
@@ -55,34 +83,7 @@ int vko341001_gen_kek(const rds_ctx *ctx, uint8_t *kek, const uint8_t *privkey,
 {
     if (privkey == nullptr || peer_pubkey == nullptr || ukm == nullptr || kek == nullptr)
         return null_pointer;
-    const Curve256 curve = curve_of(ctx);
-    const Scalar p = scalar_of(ctx->curve.field.p), q = scalar_of(ctx->q), zero = {};
-    uint64_t P[2 * digits256];
-    if (!load_point(P, curve, peer_pubkey))
-        return bad_public_key;
-
-    struct {
-        Scalar d, t;
-        uint64_t K[2 * digits256];
-        uint8_t coordinates[2 * bytes256];
-        gr341194_md_ctx hash;
-    } secret;
-    secret.d = load_scalar(privkey);
-    const Scalar u = {{qal::base::load_be64(ukm), 0, 0, 0}};
-    int code = ok;
-    if (!is_in_range(secret.d, p)) {
-        code = bad_private_key;
-    } else if (!is_in_range(u, q)) {
-        code = bad_keying_material;
-    } else {
-        secret.t = sum_of_products(q, secret.d, u, zero, zero);
-        curve256_multiply(&curve, P, secret.t.d, secret.K);
-        store_left_aligned(secret.coordinates, secret.K);
-        store_left_aligned(secret.coordinates + bytes256, secret.K + digits256);
-        gr341194_md_init_ext(&secret.hash, CryptoPro_iv, CryptoPro_uz);
-        gr341194_md_update(&secret.hash, secret.coordinates, sizeof secret.coordinates);
-        gr341194_md_final(&secret.hash, kek);
-    }
-    qal::base::wipe(&secret, sizeof secret);
+    const int code = gen_kek(ctx, kek, privkey, peer_pubkey, ukm);
+    qal::base::wipe_stack<stack256>();
     return code;
 }

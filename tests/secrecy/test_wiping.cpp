@@ -1,10 +1,14 @@
 // What operations on secrets leave on the stack.
+#include "qalec/scalars256.hpp"
 #include "support/marked_stack.hpp"
+#include "support/vectors.hpp"
 
 #include <qal/g28147.h>
 #include <qal/gr341194.h>
 #include <qal/kuzn.h>
+#include <qal/rds.h>
 #include <qal/streebog.h>
+#include <qal/vko341001.h>
 
 #include <gtest/gtest.h>
 
@@ -121,4 +125,51 @@ TEST_F(Wiping, Hashes)
         });
         EXPECT_FALSE(stack.holds(text)) << "gost 34.11-94 " << size;
     }
+}
+
+TEST_F(Wiping, SignaturesAndKeyAgreement)
+{
+    VectorFile("gost3410/curves.vec").each("curve", [&](Vector &vector) {
+        SCOPED_TRACE(vector.text("Name"));
+        const auto number = [&](const char *name) { return vector.bytes(name); };
+        const Bytes p = number("P"), a = number("A"), b = number("B"), q = number("Q"),
+                    x = number("X"), y = number("Y");
+        rds_ctx ctx;
+        ASSERT_EQ(rds_init(&ctx, p.data(), a.data(), b.data(), q.data(), x.data(), y.data()), 0);
+        Bytes d = random.bytes(32), k = random.bytes(32), peer = random.bytes(32);
+        d[0] = k[0] = peer[0] = 0x55;
+        const Bytes digest = random.bytes(32), ukm = random.bytes(8);
+        Bytes pubkey(64), sig(64), kek(32);
+        const auto check = [&](const Bytes &secret, const char *what) {
+            EXPECT_FALSE(stack.holds(secret)) << what;
+            EXPECT_FALSE(stack.holds(reversed(secret))) << what;
+        };
+        stack.run([&] { ASSERT_EQ(rds_gen_keys(&ctx, d.data(), pubkey.data()), 0); });
+        check(d, "key generation, d");
+        stack.run(
+            [&] { ASSERT_EQ(rds_sign(&ctx, d.data(), k.data(), digest.data(), sig.data()), 0); });
+        check(d, "signature, d");
+        check(k, "signature, k");
+        ASSERT_EQ(rds_gen_keys(&ctx, peer.data(), pubkey.data()), 0);
+        stack.run([&] {
+            ASSERT_EQ(vko341001_gen_kek(&ctx, kek.data(), d.data(), pubkey.data(), ukm.data()), 0);
+        });
+        check(d, "agreement, d");
+        check(kek, "agreement, result");
+        // The shared point
+        using namespace qal::ec;
+        const Curve256 curve = curve_of(&ctx);
+        const Scalar zero = {}, order = scalar_of(ctx.q),
+                     u = {{qal::base::load_be64(ukm.data()), 0, 0, 0}};
+        const Scalar t = sum_of_products(order, load_scalar(d.data()), u, zero, zero);
+        uint64_t P[8], K[8];
+        ASSERT_TRUE(load_point(P, curve, pubkey.data()));
+        curve256_multiply(&curve, P, t.d, K);
+        Bytes shared(64), factor(32);
+        store_digits(shared.data(), K);
+        store_digits(shared.data() + 32, K + 4);
+        store_digits(factor.data(), t.d);
+        check(shared, "agreement, point");
+        check(factor, "agreement, factor");
+    });
 }
