@@ -19,6 +19,8 @@
 #include "rsa/public_power.hpp"
 #include "ru/kuznyechik_kernels.hpp"
 #include "ru/streebog_kernels.hpp"
+#include "ua/engine.hpp"
+#include "ua/kernels.hpp"
 
 #include <qal/kuzn.h>
 #include <qal/streebog.h>
@@ -167,10 +169,19 @@ QAL_DISPATCH(streebog_blocks, {
 
 } // namespace qal::ru
 
+namespace qal::ua {
+
+using namespace qal::base;
+
+QAL_DISPATCH(engines, { return engines_portable; });
+
+} // namespace qal::ua
+
 extern "C" {
 
 using namespace qal::base;
 using namespace qal::ru;
+using namespace qal::ua;
 
 QAL_DISPATCH(kuzn_block_enc, {
     if (cpu & cpu_avx512)
@@ -259,4 +270,14 @@ QAL_DISPATCH(qal_mont_sqr, {
         return qal_mont_sqr_bmi2adx;
     return qal_mont_sqr_base;
 });
+
+#define QAL_UA_DISPATCH(name)                                                                      \
+    QAL_DISPATCH(name, {                                                                           \
+        if (has_bits(cpu, cpu_pclmulqdq | cpu_avx2))                                               \
+            return name##_pclmul;                                                                  \
+        return name##_portable;                                                                    \
+    })
+QAL_UA_PRODUCTS(QAL_UA_DISPATCH, );
+QAL_UA_SQUARES(QAL_UA_DISPATCH, );
+#undef QAL_UA_DISPATCH
 }

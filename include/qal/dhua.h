@@ -1,0 +1,41 @@
+/**
+ * @file
+ * The Diffie-Hellman shared secret on the curves of DSTU 4145-2002.
+ */
+#ifndef QAL_DHUA_H
+#define QAL_DHUA_H
+
+#include <qal/api.h>
+#include <qal/dstu.h>
+
+#include <stdint.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/**
+ * The shared secret: the affine x of d Q or, with the cofactor, of h d Q; zero at infinity.
+ *
+ * @param[in]  ctx       domain; its cofactor, 2 or 4, counts only with the flag.
+ * @param[in]  priv_len  bytes, at least key_len of the domain.
+ * @param[in]  priv      own private key d.
+ * @param[in]  pub_len   bytes, at least field_len of the domain.
+ * @param[in]  pub       the other party's public key Q.
+ * @param[in]  cofactor  whether to multiply by the cofactor h.
+ * @param[out] out_len   receives field_len; what was in it does not matter.
+ * @param[out] out       field_len bytes, least significant first.
+ * @return a status of dstu.h: 0, 2, 3, 5 or 6.
+ *
+ * Fails: as qal2pfromb() does for a pub_len above four bytes per word of the field.
+ *
+ * Timing: does not depend on the private key.
+ */
+QAL_API int dhua_zz(const dstu_ctx *ctx, int32_t priv_len, const uint8_t *priv, int32_t pub_len,
+                    const uint8_t *pub, int cofactor, int32_t *out_len, uint8_t *out);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

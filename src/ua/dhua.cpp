@@ -1,0 +1,44 @@
+// The Diffie-Hellman shared secret.
+#include <qal/dhua.h>
+
+#include "base/wipe.hpp"
+#include "ua/dstu.hpp"
+#include "ua/engine.hpp"
+
+using namespace qal::base;
+using namespace qal::ua;
+
+int dhua_zz(const dstu_ctx *ctx, int32_t priv_len, const uint8_t *priv, int32_t pub_len,
+            const uint8_t *pub, int cofactor, int32_t *out_len, uint8_t *out)
+{
+    if (ctx == nullptr || priv == nullptr || pub == nullptr || out_len == nullptr || out == nullptr)
+        return status_argument;
+    if (priv_len < 1 || priv_len < ctx->key_len || pub_len < 1 || pub_len < ctx->field_len)
+        return status_argument;
+    const qale2curve &curve = ctx->curve;
+    qale2point Q;
+    if (!read_point(curve, &Q, pub, pub_len)) {
+        wipe(&Q, sizeof Q);
+        return status_public_key;
+    }
+    qald d[QALBIG_SIZE];
+    int status = status_good;
+    const unsigned doublings = cofactor == 0 ? 0 : ctx->cofactor == 4 ? 2 : 1;
+    if (!read_private_key(*ctx, d, priv, priv_len)) {
+        status = status_private_key;
+    } else if (cofactor != 0 && ctx->cofactor != 2 && ctx->cofactor != 4) {
+        status = status_curve;
+    } else {
+        const Engine &engine = *engine_of_field(curve.mod_m, curve.mod_a, curve.mod_b, curve.mod_c);
+        qal2p x;
+        engine.multiply_abscissa(&curve, x, d, static_cast<unsigned>(qalbitlen(ctx->n, 1)), Q.X,
+                                 doublings);
+        *out_len = field_bytes(curve);
+        qal2ptob(out, x, *out_len);
+        wipe(x, sizeof x);
+        wipe_stack();
+    }
+    wipe(d, sizeof d);
+    wipe(&Q, sizeof Q);
+    return status;
+}

@@ -1,0 +1,480 @@
+// The signature of DSTU 4145-2002.
+#include "ua/dstu.hpp"
+
+#include "base/require.hpp"
+#include "base/wipe.hpp"
+#include "qalmath64/digits.hpp"
+#include "qalmath64/montgomery.hpp"
+#include "ua/engine.hpp"
+
+#include <string.h>
+
+using namespace qal::base;
+using namespace qal::math;
+using namespace qal::ua;
+
+namespace {
+
+constexpr char qal_source[] = "../src/ua/dstu";
+
+constexpr uint64_t least_order_bits = 160;
+constexpr uint32_t slots = 5;
+constexpr uint32_t all_slots = (1U << slots) - 1;
+constexpr size_t longest_field = (431 + 8) / 8;
+constexpr size_t most_order_digits = (431 + 63) / 64;
+
+int32_t degree_of(const dstu_ctx &ctx)
+{
+    return static_cast<int32_t>(ctx.curve.mod_m);
+}
+
+uint64_t order_bits(const dstu_ctx &ctx)
+{
+    return qalbitlen(ctx.n, 1);
+}
+
+const Engine &engine_of(const dstu_ctx &ctx)
+{
+    const qale2curve &c = ctx.curve;
+    return *engine_of_field(c.mod_m, c.mod_a, c.mod_b, c.mod_c);
+}
+
+// A number and a field element that are erased when they go.
+struct SecretNumber {
+    qald words[QALBIG_SIZE] = {};
+
+    SecretNumber() = default;
+    SecretNumber(const SecretNumber &) = delete;
+    SecretNumber &operator=(const SecretNumber &) = delete;
+    ~SecretNumber() { wipe(words, sizeof words); }
+
+    operator qald *() { return words; }
+};
+
+struct SecretElement {
+    qal2p words;
+
+    explicit SecretElement(const dstu_ctx &ctx) { qal2pclear(words, degree_of(ctx)); }
+    SecretElement(const SecretElement &) = delete;
+    SecretElement &operator=(const SecretElement &) = delete;
+    ~SecretElement() { wipe(words, sizeof words); }
+
+    operator qal2d *() { return words; }
+};
+
+// The hash as an element: its first m bits; 1 for 0.
+void read_hash(const dstu_ctx &ctx, qal2d *h, int32_t bits, const uint8_t *hash)
+{
+    qal2pclear(h, degree_of(ctx));
+    qal2pfrombits(h, hash, bits < degree_of(ctx) ? bits : degree_of(ctx));
+    if (qal2p_is_zero(h))
+        qal2pinc(h);
+}
+
+// The low L - 1 bits of an element that is not zero, where the order has L.
+void to_scalar(const dstu_ctx &ctx, qald *r, const qal2d *element)
+{
+    qalmodexpb2(qal2ptobig(r, element), order_bits(ctx) - 1);
+}
+
+// s = (e + d r) mod n, for e, d and r shorter than n.
+void signature_scalar(const dstu_ctx &ctx, qald *s, const qald *e, const qald *d, const qald *r)
+{
+    const qald *const n = ctx.n;
+    const size_t digits = n[0];
+    if ((n[1] & 1) == 0) {
+        // No order of a base point of the standard is even; nothing needs to be hidden.
+        SecretNumber product;
+        qaldiv(qaladd(qalmul(d, r, product), e), n, nullptr, s);
+        return;
+    }
+    // Montgomery products on digits, whose time depends on no value: d r / R, times R^2.
+    qald power[2 * most_order_digits + 4], square_of_r[QALBIG_SIZE];
+    qalconvert(power, 0);
+    qaldiv(qaladdb2(power, 128 * digits), n, nullptr, square_of_r);
+    qald operands[4][2 * most_order_digits] = {};
+    const qald *const sources[] = {square_of_r, e, d, r};
+    for (size_t i = 0; i < 4; i++)
+        memcpy(operands[i], sources[i] + 1, sources[i][0] * sizeof *s);
+    const qald c = montgomery_constant(n[1]);
+    qald product[2 * most_order_digits], result[2 * most_order_digits];
+    qal_mont_mul(product, operands[2], operands[3], n + 1, digits, c);
+    qal_mont_mul(result, product, operands[0], n + 1, digits, c);
+    const qald carry = qal_add_row(result, result, operands[1], digits);
+    subtract_once(s + 1, result, carry, n + 1, digits);
+    s[0] = digits;
+    qalclip(s);
+    wipe(operands, sizeof operands);
+    wipe(product, sizeof product);
+    wipe(result, sizeof result);
+}
+
+// The pool's slots.
+//
+// A slot shows the course of qale2kpic_step: it takes as many steps as its scalar has windows, and
+// `bits` counts down by their lengths. The multiplication behind it has a schedule of its own, with
+// windows that do not depend on the scalar, one in each step as long as there are any and all that
+// remain in the last step. The number of those that remain is kept behind the scalar's digits.
+uint64_t &windows_left(dstu_slot &slot)
+{
+    return slot.e[QALBIG_SIZE - 1];
+}
+
+void start(dstu_bspool &pool, dstu_slot &slot)
+{
+    const dstu_ctx &ctx = *pool.ctx;
+    uint8_t random[longest_field] = {};
+    const auto size = static_cast<uint32_t>(ctx.key_len);
+    pool.rnd(random, size);
+    qalmodexpb2(qalfromrbase256(slot.e, random, size), order_bits(ctx) - 1);
+    qale2kpic_init(&slot.kp, &ctx.curve, slot.e, ctx.powers, ctx.ws);
+    windows_left(slot) = regular_windows(order_bits(ctx));
+    wipe(random, sizeof random);
+}
+
+// The length of the next window, as qalgetslide finds it, by looks at all digits.
+uint64_t window_length(const qald *e, uint64_t bits, uint64_t ws)
+{
+    // `top`: the ws bits below `bits`, as the highest of a digit. `highest`: one more than the
+    // index of the highest bit set below `bits`.
+    uint64_t top = 0, highest = 0;
+    for (uint64_t i = 0; i < most_order_digits; i++) {
+        const uint64_t present = 0 - static_cast<uint64_t>(i < e[0]);
+        const uint64_t digit = e[i + 1] & present;
+        // Bits of this digit that are below `bits`: all, some or none.
+        const uint64_t base = 64 * i;
+        const uint64_t above_base = 0 - static_cast<uint64_t>(bits > base);
+        const uint64_t count = (bits - base) & above_base;
+        const uint64_t whole = 0 - static_cast<uint64_t>(count >= 64);
+        const uint64_t below = digit & (whole | ((uint64_t{1} << (count & 63)) - 1)) & above_base;
+        const auto length = static_cast<uint64_t>(64 - __builtin_clzll(below | 1));
+        const uint64_t any = 0 - static_cast<uint64_t>(below != 0);
+        highest = (highest & ~any) | ((base + length) & any);
+        // What the window has of this digit: it ends in it, or goes on above it.
+        const uint64_t inside = 0 - static_cast<uint64_t>(bits > base && bits <= base + 64);
+        const uint64_t beyond = 0 - static_cast<uint64_t>(bits > base + 64 && bits < base + 128);
+        top |= below << ((64 - bits) & 63) & inside;
+        top |= digit >> (bits & 63) & beyond;
+    }
+    const uint64_t window = top >> (64 - ws) | uint64_t{1} << ws; // never zero
+    const auto odd = ws - static_cast<uint64_t>(__builtin_ctzll(window));
+    const uint64_t run = 0 - (top >> 63 ^ 1); // of zeros
+    return ((bits - highest) & run) | (odd & ~run);
+}
+
+void complete(dstu_bspool &pool, dstu_slot &slot)
+{
+    const dstu_ctx &ctx = *pool.ctx;
+    const Engine &engine = engine_of(ctx);
+    slot.kp.bits = 0;
+    const uint64_t left = windows_left(slot);
+    if (left > 0 && (ctx.n[1] & 1) != 0 &&
+        engine.multiply_windows(&ctx.curve, &slot.kp.Q, slot.e, ctx.n, ctx.powers,
+                                static_cast<unsigned>(left - 1), 0))
+        windows_left(slot) = 0;
+    // Where the schedule fails, it says so by being unfinished.
+    if (windows_left(slot) != 0) {
+        qale2kpic_init(&slot.kp, &ctx.curve, slot.e, ctx.powers, ctx.ws);
+        engine.multiply(&slot.kp);
+    }
+    windows_left(slot) = 0;
+}
+
+// One window; true when it was the last.
+bool proceed(dstu_bspool &pool, dstu_slot &slot)
+{
+    const dstu_ctx &ctx = *pool.ctx;
+    if (slot.kp.bits > 0)
+        slot.kp.bits -= window_length(slot.e, slot.kp.bits, static_cast<uint64_t>(ctx.ws));
+    if (slot.kp.bits == 0) {
+        complete(pool, slot);
+        return true;
+    }
+    const uint64_t left = windows_left(slot);
+    // The last window is left for the last step; a failure before shows again there.
+    if (left > 1 && (ctx.n[1] & 1) != 0) {
+        const auto index = static_cast<unsigned>(left - 1);
+        if (engine_of(ctx).multiply_windows(&ctx.curve, &slot.kp.Q, slot.e, ctx.n, ctx.powers,
+                                            index, index))
+            windows_left(slot) = left - 1;
+    }
+    return false;
+}
+
+uint32_t lowest_clear(uint32_t mask)
+{
+    return static_cast<uint32_t>(__builtin_ctz(~mask));
+}
+
+// Q, compressed, of which -Q is the point: only the trace of y/x changes, by Tr(1) = 1.
+void negate_compressed(const dstu_ctx &ctx, qal2d *c)
+{
+    if ((ctx.n[1] & 1) != 0) {
+        if (!qal2p_is_zero(c))
+            qal2pinc(c);
+        return;
+    }
+    qale2point point;
+    if (qale2exp(&ctx.curve, &point, c) != nullptr)
+        qale2comp(&ctx.curve, c, qale2pneg(&ctx.curve, &point));
+    wipe(&point, sizeof point);
+}
+
+// x of a compressed point, which is not zero: Tr(x) = Tr(a) where the order is odd.
+void abscissa(const dstu_ctx &ctx, qal2d *x, const qal2d *c)
+{
+    if ((ctx.n[1] & 1) != 0) {
+        qal2pcopy(x, c);
+        qal2psbit(x, 0, 0);
+        x[1] |= engine_of(ctx).trace(x) ^ ctx.curve.a;
+        return;
+    }
+    qale2point point;
+    if (qale2exp(&ctx.curve, &point, c) != nullptr)
+        qale2pxy(&ctx.curve, &point, x, nullptr);
+    wipe(&point, sizeof point);
+}
+
+} // namespace
+
+namespace qal::ua {
+
+bool read_point(const qale2curve &curve, qale2point *P, const uint8_t *bytes, int32_t size)
+{
+    qal2p c;
+    const auto degree = static_cast<int32_t>(curve.mod_m);
+    qal2pfromb(qal2pclear(c, degree), bytes, size);
+    return qal2p_deg(c) < degree && qale2exp(&curve, P, c) != nullptr;
+}
+
+bool read_private_key(const dstu_ctx &ctx, qald *d, const uint8_t *bytes, int32_t size)
+{
+    qalfromrbase256(d, bytes, static_cast<uint32_t>(size));
+    return d[0] != 0 && qalbitlen(d, 1) < order_bits(ctx);
+}
+
+[[gnu::noinline]] void wipe_stack()
+{
+    // As deep as the engines go for the largest field.
+    uint8_t below[8192];
+    wipe(below, sizeof below);
+}
+
+} // namespace qal::ua
+
+extern "C" {
+
+int dstu_init_curve(dstu_ctx *ctx, uint32_t m, uint32_t mod_a, uint32_t mod_b, uint32_t mod_c,
+                    uint32_t a, const uint8_t *b, int32_t b_len)
+{
+    QAL_REQUIRE((431 + 7) / 8 >= (uint64_t{m} + 1 + 7) / 8, "((431+7)/8) >= (((((mod_m)+1)+7)/8))");
+    const auto field_len = static_cast<int32_t>((m + 8) / 8);
+    if (ctx == nullptr || b == nullptr || b_len > field_len)
+        return status_curve;
+    memset(ctx, 0, sizeof *ctx);
+    uint8_t coefficient[longest_field] = {};
+    if (b_len > 0)
+        memcpy(coefficient, b, static_cast<size_t>(b_len));
+    if (qale2cr(&ctx->curve, m, mod_a, mod_b, mod_c, a, coefficient) == nullptr)
+        return status_curve;
+    ctx->field_len = field_len;
+    return status_good;
+}
+
+int dstu_init_pgen(dstu_ctx *ctx, int32_t G_len, const uint8_t *G, int32_t n_len, const uint8_t *n)
+{
+    if (ctx == nullptr || G == nullptr || n == nullptr)
+        return status_argument;
+    const int32_t most = field_bytes(ctx->curve);
+    if (G_len < 1 || G_len > most || n_len < 1 || n_len > most)
+        return status_base_point;
+    if (!read_point(ctx->curve, &ctx->G, G, G_len) || qale2p_is_inf(&ctx->curve, &ctx->G))
+        return status_base_point;
+    qalfromrbase256(ctx->n, n, static_cast<uint32_t>(n_len));
+    const uint64_t bits = order_bits(*ctx), m = ctx->curve.mod_m;
+    if (bits > m || bits < m - 2 || bits < least_order_bits)
+        return status_base_point;
+    ctx->ws = static_cast<int32_t>(regular_window);
+    qale2ic(&ctx->curve, ctx->powers, &ctx->G, ctx->ws);
+    qale2point multiple;
+    qale2kpic(&ctx->curve, &multiple, ctx->n, ctx->powers, ctx->ws);
+    if (!qale2p_is_inf(&ctx->curve, &multiple))
+        return status_base_point;
+    ctx->key_len = static_cast<int32_t>((bits + 6) / 8);
+    ctx->sig_len = static_cast<int32_t>((bits + 7) / 4) & ~1;
+    return status_good;
+}
+
+int dstu_bspool_init(dstu_bspool *pool, const dstu_ctx *ctx, qal_rnd rnd)
+{
+    if (pool == nullptr || ctx == nullptr || rnd == nullptr)
+        return status_argument;
+    pool->ctx = ctx;
+    pool->rnd = rnd;
+    pool->ready = 0;
+    pool->started = 0;
+    return status_good;
+}
+
+int dstu_bspool_step(dstu_bspool *pool)
+{
+    if ((pool->ready & all_slots) == all_slots)
+        return 1;
+    const uint32_t i = lowest_clear(pool->ready);
+    dstu_slot &slot = pool->slot[i];
+    if ((pool->started >> i & 1) == 0) {
+        start(*pool, slot);
+        pool->started |= 1U << i;
+    } else if (proceed(*pool, slot)) {
+        pool->ready |= 1U << i;
+    }
+    return pool->ready != 0;
+}
+
+int dstu_bspool_get(dstu_bspool *pool, qald *e, qal2d *cp)
+{
+    QAL_REQUIRE(pool != nullptr, "pool != 0");
+    QAL_REQUIRE(e != nullptr, "e != 0");
+    QAL_REQUIRE(cp != nullptr, "cp != 0");
+    if ((pool->ready & all_slots) == 0) {
+        // Steps until a slot is ready come to this.
+        if ((pool->started & 1) == 0)
+            start(*pool, pool->slot[0]);
+        complete(*pool, pool->slot[0]);
+        pool->started |= 1;
+        pool->ready |= 1;
+    }
+    const auto i = static_cast<uint32_t>(__builtin_ctz(pool->ready));
+    dstu_slot &slot = pool->slot[i];
+    qalcopy(e, slot.e);
+    engine_of(*pool->ctx).compress(cp, &slot.kp.Q);
+    wipe(slot.e, sizeof slot.e);
+    wipe(&slot.kp.Q, sizeof slot.kp.Q);
+    pool->ready &= ~(1U << i);
+    pool->started &= ~(1U << i);
+    wipe_stack();
+    return status_good;
+}
+
+int dstu_gen_keys(const dstu_ctx *ctx, dstu_bspool *pool, int32_t *priv_len, uint8_t *priv,
+                  int32_t *pub_len, uint8_t *pub)
+{
+    if (ctx == nullptr || pool == nullptr || priv_len == nullptr || priv == nullptr ||
+        pub_len == nullptr || pub == nullptr)
+        return status_argument;
+    if (*priv_len < ctx->key_len || *pub_len < ctx->field_len)
+        return status_argument;
+    SecretNumber d;
+    qal2p Q;
+    do
+        dstu_bspool_get(pool, d, Q);
+    while (d[0] == 0);
+    negate_compressed(*ctx, Q);
+    *pub_len = field_bytes(ctx->curve);
+    qal2ptob(pub, Q, *pub_len);
+    memset(priv, 0, static_cast<size_t>(*priv_len));
+    qaltorbase256(priv, static_cast<uint32_t>(*priv_len), d);
+    *priv_len = ctx->key_len;
+    return status_good;
+}
+
+int dstu_ucpubk(const dstu_ctx *ctx, uint8_t *out, const uint8_t *key, int32_t key_len)
+{
+    qale2point Q;
+    if (!read_point(ctx->curve, &Q, key, key_len))
+        return status_public_key;
+    const int32_t size = ctx->field_len;
+    memset(out, 0, 2 * static_cast<size_t>(size));
+    if (!qale2p_is_inf(&ctx->curve, &Q)) {
+        qal2ptob(out, Q.X, size);
+        qal2ptob(out + size, Q.Y, size);
+    }
+    return status_good;
+}
+
+int dstu_cppubk(const dstu_ctx *ctx, uint8_t *out, int32_t *out_len, const uint8_t *in)
+{
+    if (out_len == nullptr || *out_len < ctx->field_len)
+        return status_argument;
+    const int32_t size = ctx->field_len, degree = degree_of(*ctx);
+    qal2p x, y;
+    qal2pfromb(qal2pclear(x, degree), in, size);
+    qal2pfromb(qal2pclear(y, degree), in + size, size);
+    qale2point Q;
+    if (qal2p_deg(x) >= degree || qal2p_deg(y) >= degree ||
+        qale2pcr(&ctx->curve, &Q, x, y) == nullptr)
+        return status_public_key;
+    *out_len = field_bytes(ctx->curve);
+    qal2ptob(out, qale2comp(&ctx->curve, x, &Q), *out_len);
+    return status_good;
+}
+
+int dstu_sign(const dstu_ctx *ctx, dstu_bspool *pool, int32_t priv_len, const uint8_t *priv,
+              int32_t hash_bits, const uint8_t *hash, int32_t *sig_len, uint8_t *sig)
+{
+    if (ctx == nullptr || pool == nullptr || priv == nullptr || hash == nullptr ||
+        sig_len == nullptr || sig == nullptr)
+        return status_argument;
+    if (priv_len < 1 || priv_len > ctx->key_len || *sig_len < ctx->sig_len || hash_bits < 1)
+        return status_argument;
+    SecretNumber d;
+    if (!read_private_key(*ctx, d, priv, priv_len))
+        return status_private_key;
+
+    qal2p h;
+    read_hash(*ctx, h, hash_bits, hash);
+    SecretNumber e, s;
+    SecretElement point(*ctx), x(*ctx);
+    qald r[QALBIG_SIZE];
+    for (;;) {
+        dstu_bspool_get(pool, e, point);
+        if (qal2p_is_zero(point))
+            continue;
+        abscissa(*ctx, x, point);
+        // In place: what an attempt that fails below leaves is where the next one begins.
+        qale2bfmul(&ctx->curve, h, h, x);
+        to_scalar(*ctx, r, h);
+        if (r[0] == 0)
+            continue;
+        signature_scalar(*ctx, s, e, d, r);
+        if (s[0] != 0)
+            break;
+    }
+    const int32_t size = ctx->sig_len, half = size / 2;
+    memset(sig, 0, static_cast<size_t>(size));
+    qaltorbase256(sig, static_cast<uint32_t>(half), r);
+    qaltorbase256(sig + half, static_cast<uint32_t>(half), s);
+    *sig_len = size;
+    return status_good;
+}
+
+int dstu_verify(const dstu_ctx *ctx, int32_t pub_len, const uint8_t *pub, int32_t hash_bits,
+                const uint8_t *hash, int32_t sig_len, const uint8_t *sig)
+{
+    if (ctx == nullptr || pub == nullptr || hash == nullptr || sig == nullptr)
+        return status_argument;
+    if (pub_len < 1 || pub_len > ctx->field_len || hash_bits < 1)
+        return status_argument;
+    if (sig_len != ctx->sig_len)
+        return status_invalid;
+    const auto half = static_cast<uint32_t>(ctx->sig_len / 2);
+    qald r[QALBIG_SIZE], s[QALBIG_SIZE], expected[QALBIG_SIZE];
+    qalfromrbase256(r, sig, half);
+    qalfromrbase256(s, sig + half, half);
+    if (r[0] == 0 || qalcmp(r, ctx->n) >= 0 || s[0] == 0 || qalcmp(s, ctx->n) >= 0)
+        return status_invalid;
+    qale2point Q;
+    if (!read_point(ctx->curve, &Q, pub, pub_len))
+        return status_public_key;
+
+    qal2p x, h;
+    if (!engine_of(*ctx).joint_abscissa(&ctx->curve, x, s, ctx->powers, r, &Q))
+        return status_invalid;
+    read_hash(*ctx, h, hash_bits, hash);
+    qale2bfmul(&ctx->curve, h, h, x);
+    if (qal2p_is_zero(h))
+        return status_invalid;
+    to_scalar(*ctx, expected, h);
+    return qalcmp(expected, r) == 0 ? status_good : status_invalid;
+}
+}

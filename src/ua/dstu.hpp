@@ -1,0 +1,32 @@
+// What signatures and key agreement share.
+#pragma once
+
+#include <qal/dstu.h>
+
+namespace qal::ua {
+
+enum Status : int {
+    status_good = 0,
+    status_invalid = 1,
+    status_argument = 2,
+    status_curve = 3,
+    status_base_point = 4,
+    status_public_key = 5,
+    status_private_key = 6,
+};
+
+inline int32_t field_bytes(const qale2curve &curve)
+{
+    return static_cast<int32_t>((curve.mod_m + 8) / 8);
+}
+
+// Decompresses a point out of bytes; false if they are no element of the field or no point.
+bool read_point(const qale2curve &curve, qale2point *P, const uint8_t *bytes, int32_t size);
+
+// Reads a private key d, 0 < d, shorter than n.
+bool read_private_key(const dstu_ctx &ctx, qald *d, const uint8_t *bytes, int32_t size);
+
+// Erases what secret computations may have left on the stack below the caller's frame.
+void wipe_stack();
+
+} // namespace qal::ua

@@ -1,0 +1,334 @@
+// Polynomials over GF(2): everything but products, squares and the inversion in the four fields.
+#include "base/bytes.hpp"
+#include "base/wipe.hpp"
+#include "ua/counts.hpp"
+#include "ua/engine.hpp"
+#include "ua/kernels.hpp"
+#include "ua/reduce.hpp"
+#include "ua/words.hpp"
+
+#include <string.h>
+
+using namespace qal::base;
+using namespace qal::ua;
+
+namespace {
+
+constexpr char qal_source[] = "../src/ua/qal2poly";
+constexpr int32_t highest_degree = 431;
+
+// Bits in the largest polynomial.
+constexpr int32_t most_bits = 32 * (QAL2P_SIZE - 1);
+
+void read_bytes(qal2d *u, const uint8_t *in, int32_t len)
+{
+    memset(u + 1, 0, *u * sizeof *u);
+    if (len > 0)
+        memcpy(u + 1, in, static_cast<size_t>(len));
+}
+
+// c += a x^j; what leaves c's last word is dropped.
+qal2d *addshifted(qal2d *c, int32_t j, const qal2d *a)
+{
+    QAL_REQUIRE(c != nullptr, "c != 0");
+    QAL_REQUIRE(a != nullptr, "a != 0");
+    QAL2P_REQUIRE_COUNT(c);
+    QAL2P_REQUIRE_COUNT(a);
+    QAL_REQUIRE(*c == *a, "(*c) == (*a)");
+    const qal2d n = *c;
+    const auto word = static_cast<qal2d>(j) / 32, bit = static_cast<qal2d>(j) % 32;
+    for (qal2d i = word; i < n; i++) {
+        const uint64_t above = a[i - word + 1], below = i > word ? a[i - word] : 0;
+        c[i + 1] ^= static_cast<qal2d>((above << 32 | below) << bit >> 32);
+    }
+    return c;
+}
+
+template<const FieldPolynomial &f, unsigned halves_in, unsigned halves_out>
+void reduce_words(qal2d *x)
+{
+    uint64_t t[2 * f.words()] = {};
+    memcpy(t, x, halves_in * sizeof *x);
+    reduce<f>(t);
+    memcpy(x, t, f.halves() * sizeof *x);
+    if constexpr (halves_out > f.halves())
+        memset(x + f.halves(), 0, (halves_out - f.halves()) * sizeof *x);
+}
+
+} // namespace
+
+extern "C" {
+
+qal2d *qal2pclear(qal2d *r, int32_t deg)
+{
+    QAL_REQUIRE(r != nullptr, "r != 0");
+    QAL_REQUIRE(deg > 0, "deg > 0");
+    QAL_REQUIRE(deg <= highest_degree, "deg <= 431");
+    const auto n = static_cast<qal2d>(deg + 31) / 32;
+    memset(r, 0, (n + 1) * sizeof *r);
+    *r = n;
+    return r;
+}
+
+qal2d *qal2pcopy(qal2d *r, const qal2d *a)
+{
+    QAL_REQUIRE(r != nullptr, "r != 0");
+    QAL_REQUIRE(a != nullptr, "a != 0");
+    QAL_REQUIRE(r != a, "r != a");
+    QAL2P_REQUIRE_COUNT(r);
+    QAL2P_REQUIRE_COUNT(a);
+    QAL_REQUIRE(*a == *r, "*a == *r");
+    memcpy(r + 1, a + 1, *r * sizeof *r);
+    return r;
+}
+
+qal2d *qal2pfrombig(qal2d *p, const qald *b)
+{
+    QAL_REQUIRE(*p < QAL2P_SIZE - 1, "*p < (" QAL2P_CAPACITY "-1)");
+    QAL_REQUIRE(b != nullptr, "b != 0");
+    const qal2d n = *p;
+    memset(p + 1, 0, n * sizeof *p);
+    for (qal2d i = 0; i < n && i < 2 * b[0]; i++)
+        p[i + 1] = static_cast<qal2d>(b[i / 2 + 1] >> (16 * i % 64)); // as documented
+    return p;
+}
+
+qald *qal2ptobig(qald *b, const qal2d *p)
+{
+    QAL_REQUIRE(b != nullptr, "b != 0");
+    qal2d top = *p;
+    while (top > 0 && p[top] == 0)
+        top--;
+    b[0] = (top + 1) / 2;
+    for (qal2d i = 0; i < b[0]; i++) {
+        const qald high = 2 * i + 1 < top ? p[2 * i + 2] : 0;
+        b[i + 1] = high << 32 | p[2 * i + 1];
+    }
+    return b;
+}
+
+qal2d *qal2pfromb(qal2d *u, const uint8_t *in, int32_t len)
+{
+    QAL_REQUIRE(u != nullptr, "u != 0");
+    QAL2P_REQUIRE_COUNT(u);
+    QAL_REQUIRE(len <= static_cast<int32_t>(4 * *u), "(0<*u) && (len <= (*u) * (sizeof(qal2d)))");
+    read_bytes(u, in, len);
+    return u;
+}
+
+uint8_t *qal2ptob(uint8_t *out, const qal2d *u, int32_t len)
+{
+    QAL_REQUIRE(out != nullptr, "out != 0");
+    QAL_REQUIRE(u != nullptr, "u != 0");
+    if (len < 1)
+        return out;
+    const size_t size = static_cast<size_t>(len), have = *u * sizeof *u;
+    memcpy(out, u + 1, size < have ? size : have);
+    if (size > have)
+        memset(out + have, 0, size - have);
+    return out;
+}
+
+qal2d *qal2pfrombits(qal2d *u, const uint8_t *in, int32_t len)
+{
+    QAL_REQUIRE(u != nullptr, "u != 0");
+    QAL_REQUIRE(0 < *u && *u <= QAL2P_SIZE, "(0 < *u) && (*u <= " QAL2P_CAPACITY ")");
+    QAL_REQUIRE(in != nullptr, "in != 0");
+    QAL_REQUIRE(0 <= len && len <= static_cast<int32_t>(32 * *u),
+                "(0<=len) && (len <= ((*u) * (sizeof(qal2d)) * 8))");
+    const int32_t whole = len / 8, bits = len % 8;
+    read_bytes(u, in, whole);
+    if (bits != 0)
+        u[whole / 4 + 1] |= (in[whole] & ((1U << bits) - 1)) << (8 * (whole % 4));
+    return u;
+}
+
+int qal2p_is_equal(const qal2d *r, const qal2d *a)
+{
+    QAL_REQUIRE(r != nullptr, "r != 0");
+    QAL_REQUIRE(a != nullptr, "a != 0");
+    QAL2P_REQUIRE_COUNT(r);
+    QAL2P_REQUIRE_COUNT(a);
+    QAL_REQUIRE(*a == *r, "*a == *r");
+    qal2d difference = 0;
+    for (qal2d i = 1; i <= *r; i++)
+        difference |= r[i] ^ a[i];
+    return difference == 0;
+}
+
+qal2d *qal2pinc(qal2d *r)
+{
+    QAL_REQUIRE(r != nullptr, "r != 0");
+    QAL2P_REQUIRE_COUNT(r);
+    r[1] ^= 1;
+    return r;
+}
+
+int32_t qal2p_deg(const qal2d *a)
+{
+    QAL_REQUIRE(a != nullptr, "a != 0");
+    QAL2P_REQUIRE_COUNT(a);
+    for (qal2d i = *a; i > 0; i--) {
+        if (a[i] != 0)
+            return static_cast<int32_t>(32 * i) - 1 - __builtin_clz(a[i]);
+    }
+    return 0;
+}
+
+int qal2pgbit(const qal2d *x, int32_t no)
+{
+    QAL_REQUIRE(x != nullptr, "x != 0");
+    QAL_REQUIRE(0 <= no && no < most_bits,
+                "(0 <= no) && (no < (" QAL2P_CAPACITY "-1)*(sizeof(qal2d)<<3))");
+    QAL_REQUIRE(static_cast<qal2d>(no) / 32 < x[0],
+                "(0 <= no) && (no < (x[0])*(sizeof(qal2d)<<3))");
+    return static_cast<int>(x[no / 32 + 1] >> (no % 32) & 1);
+}
+
+void qal2psbit(qal2d *x, int32_t no, int32_t val)
+{
+    QAL_REQUIRE(x != nullptr, "x != 0");
+    QAL_REQUIRE(val == 0 || val == 1, "(val == 0) || (val==1)");
+    QAL_REQUIRE(0 <= no && no < most_bits,
+                "(0 <= no) && (no < (" QAL2P_CAPACITY "-1)*(sizeof(qal2d)<<3))");
+    QAL_REQUIRE(static_cast<qal2d>(no) / 32 < x[0], "(0 <= no) && (no < (x[0])*8*sizeof(qal2d))");
+    qal2d &word = x[no / 32 + 1];
+    word = (word & ~(1U << (no % 32))) | static_cast<qal2d>(val) << (no % 32);
+}
+
+qal2d *qal2add(qal2d *r, const qal2d *a, const qal2d *b)
+{
+    QAL_REQUIRE(r != nullptr, "r != 0");
+    QAL_REQUIRE(a != nullptr, "a != 0");
+    QAL_REQUIRE(b != nullptr, "b != 0");
+    QAL2P_REQUIRE_COUNT(r);
+    QAL2P_REQUIRE_COUNT(a);
+    QAL2P_REQUIRE_COUNT(b);
+    QAL_REQUIRE(*r == *a, "*(r) == *(a)");
+    QAL_REQUIRE(*r == *b, "*(r) == *(b)");
+    for (qal2d i = 1; i <= *r; i++)
+        r[i] = a[i] ^ b[i];
+    return r;
+}
+
+int qal2p_is_zero(const qal2d *r)
+{
+    QAL_REQUIRE(r != nullptr, "r != 0");
+    QAL_REQUIRE(0 < *r && *r < QAL2P_SIZE, "( 0<*r) && (*r<=(" QAL2P_CAPACITY "-1))");
+    qal2d any = 0;
+    for (qal2d i = 1; i <= *r; i++)
+        any |= r[i];
+    return any == 0;
+}
+
+int qal2p_is_one(const qal2d *r)
+{
+    QAL_REQUIRE(r != nullptr, "r != 0");
+    QAL_REQUIRE(0 < *r && *r < QAL2P_SIZE, "( 0<*r) && (*r<=(" QAL2P_CAPACITY "-1))");
+    qal2d others = r[1] ^ 1;
+    for (qal2d i = 2; i <= *r; i++)
+        others |= r[i];
+    return others == 0;
+}
+
+// The binary variant of Euclid's algorithm, which cancels the leading term of the longer of u and v
+// in every step: u = g1 a and v = g2 a modulo f throughout.
+qal2d *qal2invm(qal2d *r, const qal2d *a, uint32_t mod_m, uint32_t mod_a, uint32_t mod_b,
+                uint32_t mod_c)
+{
+    QAL_REQUIRE(mod_m != 0, "mod_m!=0");
+    QAL_REQUIRE(mod_a != 0, "mod_a!=0");
+    const auto degree = static_cast<int32_t>(mod_m);
+    qal2p numbers[4];
+    qal2d *u = qal2pclear(numbers[0], degree), *v = qal2pclear(numbers[1], degree),
+          *g1 = qal2pclear(numbers[2], degree), *g2 = qal2pclear(numbers[3], degree);
+    qal2pcopy(u, a);
+    if (const Engine *engine = engine_of_field(mod_m, mod_a, mod_b, mod_c)) {
+        engine->invert(g1, u);
+    } else {
+        qal2psbit(v, degree, 1);
+        qal2psbit(v, 0, 1);
+        qal2psbit(v, static_cast<int32_t>(mod_a), 1);
+        if (mod_b != 0) {
+            qal2psbit(v, static_cast<int32_t>(mod_b), 1);
+            qal2psbit(v, static_cast<int32_t>(mod_c), 1);
+        }
+        g1[1] = 1;
+        while (!(qal2p_deg(u) == 0 && u[1] == 1)) {
+            int32_t j = qal2p_deg(u) - qal2p_deg(v);
+            if (j < 0) {
+                j = -j;
+                qal2d *const shorter = u, *const factor = g1;
+                u = v;
+                v = shorter;
+                g1 = g2;
+                g2 = factor;
+            }
+            addshifted(u, j, v);
+            addshifted(g1, j, g2);
+        }
+    }
+    qal2pcopy(r, g1);
+    wipe(numbers, sizeof numbers);
+    return r;
+}
+
+qal2d gf2x_mul_1_n(qal2d *r, const qal2d *a, int32_t n, qal2d b)
+{
+    qal2d carry = 0;
+    for (int32_t i = 0; i < n; i++) {
+        const uint64_t product = product32(a[i], b);
+        r[i] = static_cast<qal2d>(product) ^ carry;
+        carry = static_cast<qal2d>(product >> 32);
+    }
+    return carry;
+}
+
+qal2d gf2x_addmul_1_n(qal2d *r, const qal2d *s, const qal2d *a, int32_t n, qal2d b)
+{
+    qal2d carry = 0;
+    for (int32_t i = 0; i < n; i++) {
+        const uint64_t product = product32(a[i], b);
+        r[i] = s[i] ^ static_cast<qal2d>(product) ^ carry;
+        carry = static_cast<qal2d>(product >> 32);
+    }
+    return carry;
+}
+
+void gf2x_mul(qal2d *r, const qal2d *a, int32_t an, const qal2d *b, int32_t bn)
+{
+    r[bn] = gf2x_mul_1_n(r, b, bn, a[0]);
+    for (int32_t i = 1; i < an; i++)
+        r[i + bn] = gf2x_addmul_1_n(r + i, r + i, b, bn, a[i]);
+}
+
+void pmult257x257(qal2d *r, const qal2d *a, const qal2d *b)
+{
+    QAL_REQUIRE(a[8] == 0 || a[8] == 1, "(a[8] == 0) || ( a[8] == 1)");
+    QAL_REQUIRE(b[8] == 0 || b[8] == 1, "(b[8] == 0) || ( b[8] == 1)");
+    qal_pmult257(r, a, b);
+}
+
+void reduce163_7_6_3_1(qal2d *x)
+{
+    QAL_REQUIRE(x != nullptr, "x!=0");
+    reduce_words<field163, 11, 0>(x);
+}
+
+void reduce191_9_1(qal2d *x)
+{
+    QAL_REQUIRE(x != nullptr, "x!=0");
+    reduce_words<field191, 12, 0>(x);
+}
+
+void reduce257_12_1(qal2d *x)
+{
+    reduce_words<field257, 18, 0>(x);
+}
+
+void reduce431_5_3_1(qal2d *x)
+{
+    QAL_REQUIRE(x != nullptr, "x!=0");
+    reduce_words<field431, 28, 28>(x);
+}
+}

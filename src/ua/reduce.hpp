@@ -1,0 +1,68 @@
+// Reduction modulo the field polynomials, on 64-bit words.
+//
+// Everything here has internal linkage: it is compiled with the flags of several variants.
+#ifndef QAL_UA_REDUCE_HPP
+#define QAL_UA_REDUCE_HPP
+
+#include "ua/unroll.hpp"
+
+#include <stdint.h>
+
+namespace qal::ua {
+
+// x^m + x^a + x^b + x^c + 1, without x^b and x^c where b is 0.
+struct FieldPolynomial {
+    uint32_t m, a, b, c;
+
+    // words of 64 bits and of 32 bits of an element
+    constexpr unsigned words() const { return (m + 63) / 64; }
+    constexpr unsigned halves() const { return (m + 31) / 32; }
+    constexpr unsigned terms() const { return b != 0 ? 4 : 2; }
+    // Exponent of a term below x^m.
+    constexpr unsigned term(unsigned i) const { return i == 0 ? 0 : i == 1 ? a : i == 2 ? b : c; }
+};
+
+constexpr FieldPolynomial field163 = {163, 7, 6, 3}, field191 = {191, 9, 0, 0},
+                          field257 = {257, 12, 0, 0}, field431 = {431, 5, 3, 1};
+
+namespace {
+
+// x += value * x^position
+template<unsigned position>
+[[gnu::always_inline]] inline void add_at(uint64_t *x, uint64_t value)
+{
+    constexpr unsigned word = position / 64, bit = position % 64;
+    x[word] ^= value << bit;
+    if constexpr (bit != 0)
+        x[word + 1] ^= value >> (64 - bit);
+}
+
+// The remainder of x, which has twice the words of an element, in its lower half. Words go from the
+// top down, x^(64 i) = x^(64 i - m) (x^a + ... + 1); what they are added to lies below them.
+template<const FieldPolynomial &f>
+[[gnu::always_inline]] inline void reduce(uint64_t *x)
+{
+    constexpr unsigned n = f.words(), above = 64 * n - f.m, kept = f.m % 64;
+    unroll<n>([&](auto step) __attribute__((always_inline)) {
+        constexpr unsigned i = 2 * n - 1 - step();
+        const uint64_t word = x[i];
+        unroll<f.terms()>([&](auto term) __attribute__((always_inline)) {
+            add_at<64 * (i - n) + above + f.term(term())>(x, word);
+        });
+    });
+    const uint64_t rest = x[n - 1] >> kept;
+    x[n - 1] &= (uint64_t{1} << kept) - 1;
+    unroll<f.terms()>([&](auto term) __attribute__((always_inline)) {
+        constexpr unsigned e = f.term(term());
+        // The rest has 64 - kept bits.
+        x[0] ^= rest << e;
+        if constexpr (e > kept)
+            x[1] ^= rest >> (64 - e);
+    });
+}
+
+} // namespace
+
+} // namespace qal::ua
+
+#endif
