@@ -173,7 +173,11 @@ namespace qal::ua {
 
 using namespace qal::base;
 
-QAL_DISPATCH(engines, { return engines_portable; });
+QAL_DISPATCH(engines, {
+    if (has_bits(cpu, cpu_pclmulqdq | cpu_avx2))
+        return engines_pclmul;
+    return engines_portable;
+});
 
 } // namespace qal::ua
 

@@ -10,4 +10,4 @@
 
 #define QAL2P_REQUIRE_COUNT(r)                                                                     \
     QAL_REQUIRE(0 < *(r) && *(r) < QAL2P_SIZE, "(0 < *" #r ") && (*" #r " <= " QAL2P_CAPACITY "-1" \
-                                                                                              ")")
+                                               ")")

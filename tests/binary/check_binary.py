@@ -84,13 +84,16 @@ def undefined(args):
 
 
 def writable(args):
-    """Writable data in our own objects: two words at most, and these."""
+    """Writable data in our own objects: two words at most, and these.
+
+    Tables of addresses in .data.rel.ro are read-only once the loader has filled them.
+    """
     allowed = {"rsa_gen_rnd", "qalrmt_state"}
     found = set()
-    for line in output("nm", *args.objects).splitlines():
-        row = line.split()
-        if len(row) == 3 and row[1] in "BbDdCGgSs":
-            found.add(row[2])
+    for line in output("nm", "--format=sysv", *args.objects).splitlines():
+        row = [column.strip() for column in line.split("|")]
+        if len(row) == 7 and row[2] in {*"BbDdCGgSs"} and not row[6].startswith(".data.rel.ro"):
+            found.add(row[0])
     return [f"writable: {name}" for name in sorted(found - allowed)]
 
 

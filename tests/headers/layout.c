@@ -126,3 +126,50 @@ AT(streebog_ctx, buffer, 192);
 AT(streebog_ctx, npending, 256);
 static_assert(sizeof streebog_lp64 == 16384, "streebog_lp64");
 static_assert(sizeof streebog_c == 768, "streebog_c");
+
+static_assert(sizeof(qal2d) == 4 && sizeof(qal2p) == 60 && QAL2P_SIZE == 15, "qal2p");
+static_assert(sizeof(qale2curve) == 104, "qale2curve");
+AT(qale2curve, mod_m, 0);
+AT(qale2curve, mod_a, 4);
+AT(qale2curve, mod_b, 8);
+AT(qale2curve, mod_c, 12);
+AT(qale2curve, a, 16);
+AT(qale2curve, b, 20);
+AT(qale2curve, mul, 80);
+AT(qale2curve, sqr, 88);
+AT(qale2curve, reduce, 96);
+
+static_assert(sizeof(qale2point) == 180, "qale2point");
+AT(qale2point, Y, 60);
+AT(qale2point, Z, 120);
+static_assert(sizeof(qale2affine) == 120, "qale2affine");
+AT(qale2affine, y, 60);
+
+static_assert(sizeof(qale2kpic_ctx) == 224, "qale2kpic_ctx");
+AT(qale2kpic_ctx, curve, 0);
+AT(qale2kpic_ctx, k, 8);
+AT(qale2kpic_ctx, Q, 16);
+AT(qale2kpic_ctx, powers, 200);
+AT(qale2kpic_ctx, ws, 208);
+AT(qale2kpic_ctx, bits, 216);
+
+static_assert(sizeof(dstu_ctx) == 5200, "dstu_ctx");
+AT(dstu_ctx, curve, 0);
+AT(dstu_ctx, G, 104);
+AT(dstu_ctx, n, 288);
+AT(dstu_ctx, cofactor, 1336);
+AT(dstu_ctx, field_len, 1344);
+AT(dstu_ctx, key_len, 1348);
+AT(dstu_ctx, sig_len, 1352);
+AT(dstu_ctx, ws, 1356);
+AT(dstu_ctx, powers, 1360);
+
+static_assert(sizeof(dstu_slot) == 1272, "dstu_slot");
+AT(dstu_slot, e, 0);
+AT(dstu_slot, kp, 1048);
+static_assert(sizeof(dstu_bspool) == 6384, "dstu_bspool");
+AT(dstu_bspool, ctx, 0);
+AT(dstu_bspool, rnd, 8);
+AT(dstu_bspool, ready, 16);
+AT(dstu_bspool, started, 20);
+AT(dstu_bspool, slot, 24);

@@ -1,0 +1,187 @@
+// Engines with PCLMULQDQ: elements in registers of two words.
+#include "ua/clmul.hpp"
+#include "ua/engine_body.hpp"
+
+namespace qal::ua {
+
+namespace {
+
+// What the fields share. D has product, square_product and reduced, on registers.
+template<const FieldPolynomial &field, typename D>
+struct Registers {
+    static constexpr const FieldPolynomial &f = field;
+    static constexpr unsigned halves = f.halves(), size = (halves + 3) / 4;
+
+    struct E {
+        __m128i v[size];
+    };
+
+    QAL_CLMUL E load(const qal2d *words)
+    {
+        E r;
+        load_words<halves>(r.v, words);
+        return r;
+    }
+
+    QAL_CLMUL void store(qal2d *words, const E &a) { store_words<halves>(words, a.v); }
+
+    QAL_CLMUL E load_reduced(const qal2d *words)
+    {
+        uint64_t x[2 * f.words()] = {};
+        memcpy(x, words, halves * sizeof *words);
+        reduce<f>(x);
+        qal2d r[QAL2P_SIZE + 1];
+        memcpy(r, x, halves * sizeof *r);
+        return load(r);
+    }
+
+    QAL_CLMUL E add(const E &a, const E &b)
+    {
+        E r;
+        for (unsigned i = 0; i < size; i++)
+            r.v[i] = sum_of(a.v[i], b.v[i]);
+        return r;
+    }
+
+    QAL_CLMUL E mul(const E &a, const E &b)
+    {
+        __m128i product[2 * size];
+        D::product(product, a.v, b.v);
+        E r;
+        D::reduced(r.v, product);
+        return r;
+    }
+
+    QAL_CLMUL E sqr(const E &a)
+    {
+        __m128i product[2 * size];
+        for (unsigned i = 0; i < size; i++)
+            square2(product + 2 * i, a.v[i]);
+        E r;
+        D::reduced(r.v, product);
+        return r;
+    }
+
+    QAL_CLMUL uint64_t is_zero(const E &a)
+    {
+        __m128i any = a.v[0];
+        for (unsigned i = 1; i < size; i++)
+            any = _mm_or_si128(any, a.v[i]);
+        return 0 - static_cast<uint64_t>(_mm_testz_si128(any, any));
+    }
+
+    QAL_CLMUL E masked(const E &a, uint64_t mask)
+    {
+        E r;
+        const __m128i both = _mm_set1_epi64x(static_cast<long long>(mask));
+        for (unsigned i = 0; i < size; i++)
+            r.v[i] = _mm_and_si128(a.v[i], both);
+        return r;
+    }
+};
+
+// x^192 = x^29 (x^7 + x^6 + x^3 + 1), and so on for the words above; what the topmost one, of 5
+// bits, is folded to stays below x^192. Then the 29 bits from x^163 on.
+struct Field163 {
+    QAL_CLMUL void product(__m128i *r, const __m128i *a, const __m128i *b) { multiply3(r, a, b); }
+
+    QAL_CLMUL void reduced(__m128i *r, const __m128i *c)
+    {
+        const __m128i k = _mm_cvtsi64_si128(0xc9LL << 29);
+        const __m128i w3 = QAL_CLMUL_WORDS(c[1], 1, k, 0), w4 = QAL_CLMUL_WORDS(c[2], 0, k, 0),
+                      w5 = QAL_CLMUL_WORDS(c[2], 1, k, 0);
+        const __m128i top = sum_of(c[1], w5, word_down(w4));
+        const __m128i rest = _mm_srli_epi64(low_word(top), 35);
+        r[0] = sum_of(c[0], w3, word_up(w4));
+        r[0] = sum_of(sum_of(r[0], rest), sum_of(_mm_slli_epi64(rest, 3), _mm_slli_epi64(rest, 6)),
+                      _mm_slli_epi64(rest, 7));
+        r[1] = _mm_and_si128(top, _mm_cvtsi64_si128((1LL << 35) - 1));
+    }
+};
+
+// x^192 = x (x^9 + 1). The topmost word goes beyond x^192 by up to 7 bits, which join the one at
+// x^191.
+struct Field191 {
+    QAL_CLMUL void product(__m128i *r, const __m128i *a, const __m128i *b) { multiply3(r, a, b); }
+
+    QAL_CLMUL void reduced(__m128i *r, const __m128i *c)
+    {
+        const __m128i k = _mm_cvtsi64_si128(0x201LL << 1);
+        const __m128i w3 = QAL_CLMUL_WORDS(c[1], 1, k, 0), w4 = QAL_CLMUL_WORDS(c[2], 0, k, 0),
+                      w5 = QAL_CLMUL_WORDS(c[2], 1, k, 0);
+        const __m128i top = sum_of(low_word(c[1]), w5, word_down(w4));
+        const __m128i rest =
+            sum_of(_mm_srli_epi64(low_word(top), 63), _mm_slli_epi64(word_down(top), 1));
+        r[0] = sum_of(sum_of(c[0], w3, word_up(w4)), rest, _mm_slli_epi64(rest, 9));
+        r[1] = _mm_and_si128(top, _mm_cvtsi64_si128(0x7fffffffffffffff));
+    }
+};
+
+// The coefficient of x^256 alone is in the third register. The bits from x^257 on, h, go to
+// h (x^12 + 1), whose top 11 bits go the same way once more.
+struct Field257 {
+    QAL_CLMUL void product(__m128i *r, const __m128i *a, const __m128i *b)
+    {
+        const __m128i zero = _mm_setzero_si128();
+        const __m128i a_top = _mm_sub_epi64(zero, _mm_unpacklo_epi64(a[2], a[2])),
+                      b_top = _mm_sub_epi64(zero, _mm_unpacklo_epi64(b[2], b[2]));
+        multiply4(r, a, b);
+        r[2] = sum_of(r[2], _mm_and_si128(a_top, b[0]), _mm_and_si128(b_top, a[0]));
+        r[3] = sum_of(r[3], _mm_and_si128(a_top, b[1]), _mm_and_si128(b_top, a[1]));
+        r[4] = _mm_and_si128(a[2], b[2]);
+    }
+
+    QAL_CLMUL void reduced(__m128i *r, const __m128i *c)
+    {
+        const __m128i h0 = _mm_or_si128(_mm_srli_epi64(c[2], 1),
+                                        _mm_slli_epi64(straddled(c[2], c[3]), 63)),
+                      h1 = _mm_or_si128(_mm_srli_epi64(c[3], 1),
+                                        _mm_slli_epi64(straddled(c[3], c[4]), 63));
+        // h x^12 below x^256, and what is above.
+        const __m128i g0 = sum_of(_mm_slli_epi64(h0, 12), _mm_srli_epi64(word_up(h0), 52)),
+                      g1 = sum_of(_mm_slli_epi64(h1, 12), _mm_srli_epi64(straddled(h0, h1), 52)),
+                      above = _mm_srli_epi64(word_down(h1), 52);
+        const __m128i rest = _mm_srli_epi64(above, 1);
+        r[0] = sum_of(sum_of(c[0], h0, g0), rest, _mm_slli_epi64(rest, 12));
+        r[1] = sum_of(c[1], h1, g1);
+        r[2] = _mm_and_si128(sum_of(c[2], above), _mm_cvtsi64_si128(1));
+    }
+};
+
+// x^448 = x^17 (x^5 + x^3 + x + 1); the topmost word has 29 bits and stays below x^448. Then the 17
+// bits from x^431 on.
+struct Field431 {
+    QAL_CLMUL void product(__m128i *r, const __m128i *a, const __m128i *b) { multiply7(r, a, b); }
+
+    QAL_CLMUL void reduced(__m128i *r, const __m128i *c)
+    {
+        const __m128i k = _mm_cvtsi64_si128(0x2bLL << 17);
+        const __m128i w7 = QAL_CLMUL_WORDS(c[3], 1, k, 0), w8 = QAL_CLMUL_WORDS(c[4], 0, k, 0),
+                      w9 = QAL_CLMUL_WORDS(c[4], 1, k, 0), w10 = QAL_CLMUL_WORDS(c[5], 0, k, 0),
+                      w11 = QAL_CLMUL_WORDS(c[5], 1, k, 0), w12 = QAL_CLMUL_WORDS(c[6], 0, k, 0),
+                      w13 = QAL_CLMUL_WORDS(c[6], 1, k, 0);
+        const __m128i top = low_word(sum_of(c[3], w13, word_down(w12)));
+        const __m128i rest = _mm_srli_epi64(top, 47);
+        r[0] = sum_of(sum_of(c[0], w7, word_up(w8)), sum_of(rest, _mm_slli_epi64(rest, 1)),
+                      sum_of(_mm_slli_epi64(rest, 3), _mm_slli_epi64(rest, 5)));
+        r[1] = sum_of(c[1], w9, straddled(w8, w10));
+        r[2] = sum_of(c[2], w11, straddled(w10, w12));
+        r[3] = _mm_and_si128(top, _mm_cvtsi64_si128((1LL << 47) - 1));
+    }
+};
+
+constexpr Engine pclmul_engines[] = {
+    engine_over<Registers<field163, Field163>>,
+    engine_over<Registers<field191, Field191>>,
+    engine_over<Registers<field257, Field257>>,
+    engine_over<Registers<field431, Field431>>,
+};
+
+} // namespace
+
+const Engine *engines_pclmul()
+{
+    return pclmul_engines;
+}
+
+} // namespace qal::ua
