@@ -2,6 +2,8 @@
 // files that are compiled with the instruction; internal linkage throughout.
 #pragma once
 
+#include "ua/unroll.hpp"
+
 #include <immintrin.h>
 #include <stddef.h>
 #include <stdint.h>
@@ -96,14 +98,15 @@ QAL_CLMUL void multiply4(__m128i *r, const __m128i *a, const __m128i *b)
 QAL_CLMUL void multiply5(__m128i *r, const __m128i *a, const __m128i *b)
 {
     multiply4(r, a, b);
-    for (unsigned i = 0; i < 2; i++) {
+    unroll<2>([&](auto step) QAL_INLINED {
+        constexpr unsigned i = step();
         const __m128i even =
             sum_of(QAL_CLMUL_WORDS(a[i], 0, b[2], 0), QAL_CLMUL_WORDS(b[i], 0, a[2], 0));
         const __m128i odd =
             sum_of(QAL_CLMUL_WORDS(a[i], 1, b[2], 0), QAL_CLMUL_WORDS(b[i], 1, a[2], 0));
         r[2 + i] = sum_of(r[2 + i], even, word_up(odd));
         r[3 + i] = i == 0 ? sum_of(r[3], word_down(odd)) : word_down(odd);
-    }
+    });
     r[4] = sum_of(r[4], QAL_CLMUL_WORDS(a[2], 0, b[2], 0));
 }
 
@@ -140,8 +143,9 @@ template<unsigned halves>
 QAL_CLMUL void load_words(__m128i *r, const uint32_t *words)
 {
     constexpr unsigned whole = halves / 4, rest = halves % 4;
-    for (unsigned i = 0; i < whole; i++)
-        r[i] = _mm_loadu_si128(reinterpret_cast<const __m128i *>(words + 4 * i));
+    unroll<whole>([&](auto i) QAL_INLINED {
+        r[i()] = _mm_loadu_si128(reinterpret_cast<const __m128i *>(words + 4 * i()));
+    });
     const uint32_t *const last = words + 4 * whole;
     if constexpr (rest == 1)
         r[whole] = _mm_loadu_si32(last);
@@ -156,8 +160,9 @@ template<unsigned halves>
 QAL_CLMUL void store_words(uint32_t *words, const __m128i *a)
 {
     constexpr unsigned whole = halves / 4, rest = halves % 4;
-    for (unsigned i = 0; i < whole; i++)
-        _mm_storeu_si128(reinterpret_cast<__m128i *>(words + 4 * i), a[i]);
+    unroll<whole>([&](auto i) QAL_INLINED {
+        _mm_storeu_si128(reinterpret_cast<__m128i *>(words + 4 * i()), a[i()]);
+    });
     uint32_t *const last = words + 4 * whole;
     if constexpr (rest >= 2)
         _mm_storel_epi64(reinterpret_cast<__m128i *>(last), a[whole]);

@@ -38,8 +38,7 @@ struct Registers {
     QAL_CLMUL E add(const E &a, const E &b)
     {
         E r;
-        for (unsigned i = 0; i < size; i++)
-            r.v[i] = sum_of(a.v[i], b.v[i]);
+        unroll<size>([&](auto i) QAL_INLINED { r.v[i()] = sum_of(a.v[i()], b.v[i()]); });
         return r;
     }
 
@@ -55,8 +54,7 @@ struct Registers {
     QAL_CLMUL E sqr(const E &a)
     {
         __m128i product[2 * size];
-        for (unsigned i = 0; i < size; i++)
-            square2(product + 2 * i, a.v[i]);
+        unroll<size>([&](auto i) QAL_INLINED { square2(product + 2 * i(), a.v[i()]); });
         E r;
         D::reduced(r.v, product);
         return r;
@@ -65,8 +63,7 @@ struct Registers {
     QAL_CLMUL uint64_t is_zero(const E &a)
     {
         __m128i any = a.v[0];
-        for (unsigned i = 1; i < size; i++)
-            any = _mm_or_si128(any, a.v[i]);
+        unroll<size>([&](auto i) QAL_INLINED { any = _mm_or_si128(any, a.v[i()]); });
         return 0 - static_cast<uint64_t>(_mm_testz_si128(any, any));
     }
 
@@ -74,8 +71,7 @@ struct Registers {
     {
         E r;
         const __m128i both = _mm_set1_epi64x(static_cast<long long>(mask));
-        for (unsigned i = 0; i < size; i++)
-            r.v[i] = _mm_and_si128(a.v[i], both);
+        unroll<size>([&](auto i) QAL_INLINED { r.v[i()] = _mm_and_si128(a.v[i()], both); });
         return r;
     }
 };

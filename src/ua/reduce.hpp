@@ -43,16 +43,15 @@ template<const FieldPolynomial &f>
 [[gnu::always_inline]] inline void reduce(uint64_t *x)
 {
     constexpr unsigned n = f.words(), above = 64 * n - f.m, kept = f.m % 64;
-    unroll<n>([&](auto step) __attribute__((always_inline)) {
+    unroll<n>([&](auto step) QAL_INLINED {
         constexpr unsigned i = 2 * n - 1 - step();
         const uint64_t word = x[i];
-        unroll<f.terms()>([&](auto term) __attribute__((always_inline)) {
-            add_at<64 * (i - n) + above + f.term(term())>(x, word);
-        });
+        unroll<f.terms()>(
+            [&](auto term) QAL_INLINED { add_at<64 * (i - n) + above + f.term(term())>(x, word); });
     });
     const uint64_t rest = x[n - 1] >> kept;
     x[n - 1] &= (uint64_t{1} << kept) - 1;
-    unroll<f.terms()>([&](auto term) __attribute__((always_inline)) {
+    unroll<f.terms()>([&](auto term) QAL_INLINED {
         constexpr unsigned e = f.term(term());
         // The rest has 64 - kept bits.
         x[0] ^= rest << e;

@@ -2,6 +2,9 @@
 #ifndef QAL_UA_UNROLL_HPP
 #define QAL_UA_UNROLL_HPP
 
+// For the bodies, behind their parameters.
+#define QAL_INLINED __attribute__((always_inline))
+
 namespace qal::ua {
 
 namespace {
