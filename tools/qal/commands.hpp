@@ -7,6 +7,7 @@ namespace qal::tool {
 
 void add_cipher(CLI::App &app, int &status);
 void add_digest(CLI::App &app, int &status);
+void add_dstu(CLI::App &app, int &status);
 void add_gost(CLI::App &app, int &status);
 void add_mac(CLI::App &app, int &status);
 void add_rsa(CLI::App &app, int &status);

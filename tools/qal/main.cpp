@@ -22,6 +22,7 @@ int run(int argc, char **argv)
     add_digest(app, status);
     add_mac(app, status);
     add_cipher(app, status);
+    add_dstu(app, status);
     add_gost(app, status);
     add_rsa(app, status);
     add_speed(app, status);
