@@ -2,6 +2,7 @@
 #include "ua/dstu.hpp"
 
 #include "base/require.hpp"
+#include "base/secrecy.hpp"
 #include "base/wipe.hpp"
 #include "qalmath64/digits.hpp"
 #include "qalmath64/montgomery.hpp"
@@ -22,6 +23,7 @@ constexpr uint32_t slots = 5;
 constexpr uint32_t all_slots = (1U << slots) - 1;
 constexpr size_t longest_field = (431 + 8) / 8;
 constexpr size_t most_order_digits = (431 + 63) / 64;
+constexpr size_t most_number_bytes = (QALBIG_SIZE - 1) * sizeof(qald);
 
 int32_t degree_of(const dstu_ctx &ctx)
 {
@@ -61,6 +63,23 @@ struct SecretElement {
 
     operator qal2d *() { return words; }
 };
+
+// A number as bytes and back, with neither branches nor addresses that depend on it: x gets as many
+// digits as the bytes fill, zeros at the top or not.
+void read_digits(qald *x, const uint8_t *bytes, size_t size)
+{
+    if (size > most_number_bytes)
+        size = most_number_bytes;
+    x[0] = (size + sizeof *x - 1) / sizeof *x;
+    x[x[0]] = 0;
+    memcpy(x + 1, bytes, size);
+}
+
+void write_digits(uint8_t *bytes, size_t size, const qald *x)
+{
+    const size_t have = x[0] * sizeof *x;
+    memcpy(bytes, x + 1, size < have ? size : have);
+}
 
 // The hash as an element: its first m bits; 1 for 0.
 void read_hash(const dstu_ctx &ctx, qal2d *h, int32_t bits, const uint8_t *hash)
@@ -103,6 +122,7 @@ void signature_scalar(const dstu_ctx &ctx, qald *s, const qald *e, const qald *d
     const qald carry = qal_add_row(result, result, operands[1], digits);
     subtract_once(s + 1, result, carry, n + 1, digits);
     s[0] = digits;
+    declassify(s + 1, digits * sizeof *s); // half of the signature
     qalclip(s);
     wipe(operands, sizeof operands);
     wipe(product, sizeof product);
@@ -126,7 +146,21 @@ void start(dstu_bspool &pool, dstu_slot &slot)
     uint8_t random[longest_field] = {};
     const auto size = static_cast<uint32_t>(ctx.key_len);
     pool.rnd(random, size);
-    qalmodexpb2(qalfromrbase256(slot.e, random, size), order_bits(ctx) - 1);
+    // Below 2^(L - 1), where the order has L bits: of as many digits, whose topmost one is cut.
+    const uint64_t bits = order_bits(ctx) - 1, digits = bits / 64 + 1;
+    read_digits(slot.e, random, size);
+    for (uint64_t i = slot.e[0]; i < digits; i++)
+        slot.e[i + 1] = 0;
+    slot.e[digits] &= (uint64_t{1} << (bits % 64)) - 1;
+    // Normalised without a branch. That the count of digits becomes known means nothing: all
+    // secrets but one in 2^34 or more, which is the least that the largest digit has of them, have
+    // the same.
+    uint64_t count = 0;
+    for (uint64_t i = 1; i <= digits; i++) {
+        const uint64_t any = 0 - ((slot.e[i] | (0 - slot.e[i])) >> 63);
+        count = (i & any) | (count & ~any);
+    }
+    slot.e[0] = declassified(count);
     qale2kpic_init(&slot.kp, &ctx.curve, slot.e, ctx.powers, ctx.ws);
     windows_left(slot) = regular_windows(order_bits(ctx));
     wipe(random, sizeof random);
@@ -184,9 +218,10 @@ void complete(dstu_bspool &pool, dstu_slot &slot)
 bool proceed(dstu_bspool &pool, dstu_slot &slot)
 {
     const dstu_ctx &ctx = *pool.ctx;
-    if (slot.kp.bits > 0)
+    if (slot.e[0] > 0)
         slot.kp.bits -= window_length(slot.e, slot.kp.bits, static_cast<uint64_t>(ctx.ws));
-    if (slot.kp.bits == 0) {
+    // How many steps a secret takes is what the interface shows of it.
+    if (declassified(slot.kp.bits == 0)) {
         complete(pool, slot);
         return true;
     }
@@ -249,8 +284,17 @@ bool read_point(const qale2curve &curve, qale2point *P, const uint8_t *bytes, in
 
 bool read_private_key(const dstu_ctx &ctx, qald *d, const uint8_t *bytes, int32_t size)
 {
-    qalfromrbase256(d, bytes, static_cast<uint32_t>(size));
-    return d[0] != 0 && qalbitlen(d, 1) < order_bits(ctx);
+    read_digits(d, bytes, static_cast<size_t>(size));
+    const uint64_t bits = order_bits(ctx) - 1, digits = ctx.n[0];
+    for (uint64_t i = d[0]; i < digits; i++)
+        d[i + 1] = 0;
+    uint64_t any = 0, above = 0;
+    for (uint64_t i = 0; i < digits || i < d[0]; i++) {
+        any |= d[i + 1];
+        above |= i > bits / 64 ? d[i + 1] : i == bits / 64 ? d[i + 1] >> (bits % 64) : 0;
+    }
+    d[0] = digits;
+    return declassified(any != 0 && above == 0);
 }
 
 [[gnu::noinline]] void wipe_stack()
@@ -348,6 +392,8 @@ int dstu_bspool_get(dstu_bspool *pool, qald *e, qal2d *cp)
     dstu_slot &slot = pool->slot[i];
     qalcopy(e, slot.e);
     engine_of(*pool->ctx).compress(cp, &slot.kp.Q);
+    // It is a public key, or its x what everyone who verifies the signature finds.
+    declassify(cp, sizeof(qal2p));
     wipe(slot.e, sizeof slot.e);
     wipe(&slot.kp.Q, sizeof slot.kp.Q);
     pool->ready &= ~(1U << i);
@@ -373,7 +419,7 @@ int dstu_gen_keys(const dstu_ctx *ctx, dstu_bspool *pool, int32_t *priv_len, uin
     *pub_len = field_bytes(ctx->curve);
     qal2ptob(pub, Q, *pub_len);
     memset(priv, 0, static_cast<size_t>(*priv_len));
-    qaltorbase256(priv, static_cast<uint32_t>(*priv_len), d);
+    write_digits(priv, static_cast<size_t>(ctx->key_len), d);
     *priv_len = ctx->key_len;
     return status_good;
 }
@@ -445,6 +491,7 @@ int dstu_sign(const dstu_ctx *ctx, dstu_bspool *pool, int32_t priv_len, const ui
     qaltorbase256(sig, static_cast<uint32_t>(half), r);
     qaltorbase256(sig + half, static_cast<uint32_t>(half), s);
     *sig_len = size;
+    wipe_stack();
     return status_good;
 }
 

@@ -11,6 +11,7 @@
 //   load_reduced(words)          load for polynomials of any degree that the words have.
 #pragma once
 
+#include "base/secrecy.hpp"
 #include "base/wipe.hpp"
 #include "ua/engine.hpp"
 #include "ua/reduce.hpp"
@@ -392,10 +393,10 @@ struct Curves {
             for (unsigned j = 0; j < w; j++)
                 q = twice(c, q);
             q = sum(c, q, entry).r;
-            good = !none(q.z);
+            good = base::declassified(!none(q.z)); // chance does not bring such scalars
         }
         store(Q, q);
-        qal::base::wipe(odd, sizeof odd);
+        base::wipe(odd, sizeof odd);
         return good;
     }
 

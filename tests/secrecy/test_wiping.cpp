@@ -1,4 +1,5 @@
 // What operations on secrets leave on the stack.
+#include "domain.hpp"
 #include "qalec/scalars256.hpp"
 #include "support/marked_stack.hpp"
 #include "support/vectors.hpp"
@@ -172,4 +173,62 @@ TEST_F(Wiping, SignaturesAndKeyAgreement)
         check(shared, "agreement, point");
         check(factor, "agreement, factor");
     });
+}
+
+namespace {
+
+// What the pool's source gave out last.
+Bytes drawn;
+Random *source;
+
+int known_random(uint8_t *buf, uint32_t len)
+{
+    drawn = source->bytes(len);
+    std::memcpy(buf, drawn.data(), len);
+    return 0;
+}
+
+} // namespace
+
+TEST_F(Wiping, Dstu4145)
+{
+    source = &random;
+    for (const char *name : {"m163", "m191", "m257", "m431"}) {
+        SCOPED_TRACE(name);
+        dstu_ctx ctx;
+        set_up_domain(ctx, name);
+        dstu_bspool pool;
+        dstu_bspool_init(&pool, &ctx, known_random);
+        Bytes priv(static_cast<size_t>(ctx.key_len)), pub(static_cast<size_t>(ctx.field_len)),
+            sig(static_cast<size_t>(ctx.sig_len)), shared(pub.size());
+        const Bytes hash = random.bytes(32);
+        auto priv_len = ctx.key_len, pub_len = ctx.field_len, sig_len = ctx.sig_len;
+        int32_t shared_len;
+        // The top byte of a secret is cut; the rest is looked for.
+        const auto body = [](Bytes bytes) {
+            bytes.resize(16);
+            return bytes;
+        };
+        stack.run(
+            [&] { dstu_gen_keys(&ctx, &pool, &priv_len, priv.data(), &pub_len, pub.data()); });
+        ASSERT_EQ(body(drawn), body(priv));
+        EXPECT_FALSE(stack.holds(body(priv))) << "key generation";
+        stack.run([&] {
+            dstu_sign(&ctx, &pool, priv_len, priv.data(), 256, hash.data(), &sig_len, sig.data());
+        });
+        EXPECT_FALSE(stack.holds(body(priv))) << "signing";
+        EXPECT_FALSE(stack.holds(body(drawn))) << "signing";
+        ASSERT_EQ(dstu_verify(&ctx, pub_len, pub.data(), 256, hash.data(), sig_len, sig.data()), 0);
+        stack.run([&] {
+            while (dstu_bspool_step(&pool) == 0) {
+            }
+        });
+        EXPECT_FALSE(stack.holds(body(drawn))) << "steps";
+        stack.run([&] {
+            dhua_zz(&ctx, priv_len, priv.data(), pub_len, pub.data(), 0, &shared_len,
+                    shared.data());
+        });
+        EXPECT_FALSE(stack.holds(body(priv))) << "agreement";
+        EXPECT_FALSE(stack.holds(body(shared))) << "agreement";
+    }
 }

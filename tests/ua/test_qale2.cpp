@@ -493,7 +493,7 @@ TEST(BinaryCurves, Engines)
                 engine.half_trace(r, a);
                 ASSERT_EQ(f.sqr(r.value()) ^ r.value(), x ^ Poly(f.trace(x)));
             }
-            for (uint32_t bit = 0; bit < f.m; bit++) {
+            for (uint32_t bit = 0; bit < f.m; bit += 23) {
                 Polynomial a(Poly(1) << bit, n);
                 ASSERT_EQ(engine.trace(a), static_cast<unsigned>(f.trace(a.value())));
             }
@@ -551,8 +551,10 @@ TEST(BinaryCurves, Engines)
                 for (const bool opposite : {false, true}) {
                     qal2p c;
                     Number first(s), second(opposite ? mpz_class(model.n - r) : mpz_class(r));
+                    const int total = opposite ? s - r : s + r;
+                    const ModelPoint size = model.mul(std::abs(total), model.G);
                     const ModelPoint sum =
-                        model.mul(opposite ? model.n + s - r : mpz_class(s + r), model.G);
+                        total < 0 && !size.infinite ? ModelCurve::negative(size) : size;
                     ASSERT_EQ(engine.joint_abscissa(&test.curve, c, first, table, second, &G),
                               !sum.infinite);
                     ASSERT_EQ(poly_of(c), sum.x);
