@@ -166,27 +166,31 @@ void start(dstu_bspool &pool, dstu_slot &slot)
     wipe(random, sizeof random);
 }
 
-// The length of the next window, as qalgetslide finds it, by looks at all digits.
+// All ones for a < b, both below 2^63; zero otherwise.
+uint64_t mask_less(uint64_t a, uint64_t b)
+{
+    return 0 - ((a - b) >> 63);
+}
+
+// The length of the next window, as qalgetslide finds it, by looks at all digits. Compilers make
+// branches of comparisons; these are differences, whose top bits count.
 uint64_t window_length(const qald *e, uint64_t bits, uint64_t ws)
 {
     // `top`: the ws bits below `bits`, as the highest of a digit. `highest`: one more than the
     // index of the highest bit set below `bits`.
     uint64_t top = 0, highest = 0;
-    for (uint64_t i = 0; i < most_order_digits; i++) {
-        const uint64_t present = 0 - static_cast<uint64_t>(i < e[0]);
-        const uint64_t digit = e[i + 1] & present;
-        // Bits of this digit that are below `bits`: all, some or none.
-        const uint64_t base = 64 * i;
-        const uint64_t above_base = 0 - static_cast<uint64_t>(bits > base);
-        const uint64_t count = (bits - base) & above_base;
-        const uint64_t whole = 0 - static_cast<uint64_t>(count >= 64);
-        const uint64_t below = digit & (whole | ((uint64_t{1} << (count & 63)) - 1)) & above_base;
+    for (uint64_t i = 0; i < e[0]; i++) {
+        const uint64_t base = 64 * i, digit = e[i + 1];
+        // Bits of this digit that are below `bits`: some, or all, or none.
+        const uint64_t some = mask_less(base, bits) & mask_less(bits, base + 64);
+        const uint64_t all = mask_less(base + 63, bits);
+        const uint64_t below = digit & (all | (some & ((uint64_t{1} << (bits & 63)) - 1)));
         const auto length = static_cast<uint64_t>(64 - __builtin_clzll(below | 1));
-        const uint64_t any = 0 - static_cast<uint64_t>(below != 0);
+        const uint64_t any = 0 - ((below | (0 - below)) >> 63);
         highest = (highest & ~any) | ((base + length) & any);
         // What the window has of this digit: it ends in it, or goes on above it.
-        const uint64_t inside = 0 - static_cast<uint64_t>(bits > base && bits <= base + 64);
-        const uint64_t beyond = 0 - static_cast<uint64_t>(bits > base + 64 && bits < base + 128);
+        const uint64_t inside = mask_less(base, bits) & mask_less(bits, base + 65);
+        const uint64_t beyond = mask_less(base + 64, bits) & mask_less(bits, base + 128);
         top |= below << ((64 - bits) & 63) & inside;
         top |= digit >> (bits & 63) & beyond;
     }
