@@ -309,7 +309,7 @@ QAL_CURVE256_MATCHES(curve256_matches_avx512)
     given_multiples(group, of_G, table);
     group.odd_multiples(of_P, P_size, plain_point(group, P));
 
-    int8_t digits[2][257];
+    int16_t digits[2][257];
     const int lengths[2] = {non_adjacent_form(digits[0], u, G_width),
                             non_adjacent_form(digits[1], v, P_width)};
     const Addend4 *const tables[2] = {of_G, of_P};

@@ -270,7 +270,7 @@ struct Group {
     void joint_multiple(Point &sum, const Addend *G, int G_width, const uint64_t *u,
                         const Addend *P, int P_width, const uint64_t *v) const
     {
-        int8_t digits[2][257];
+        int16_t digits[2][257];
         const int lengths[2] = {non_adjacent_form(digits[0], u, G_width),
                                 non_adjacent_form(digits[1], v, P_width)};
         sum = {};

@@ -34,7 +34,7 @@ inline RegularDigit regular_digit(const uint64_t *n, unsigned i)
 
 // Signed digits of n for windows of w bits, least significant first: each zero or odd and less
 // than 2^(w - 1), no two within w places other than zero. Returns their number.
-inline int non_adjacent_form(int8_t *digits, const uint64_t *n, int w)
+inline int non_adjacent_form(int16_t *digits, const uint64_t *n, int w)
 {
     uint64_t bits[digits256 + 1] = {n[0], n[1], n[2], n[3], 0};
     const auto at = [&](int i, int count) {
@@ -44,7 +44,7 @@ inline int non_adjacent_form(int8_t *digits, const uint64_t *n, int w)
         return static_cast<int>(value & ((uint64_t{1} << count) - 1));
     };
     int carry = 0, length = 0;
-    memset(digits, 0, 257);
+    memset(digits, 0, 257 * sizeof *digits);
     for (int i = 0; i < 257;) {
         if (at(i, 1) == carry) {
             i++;
@@ -54,7 +54,7 @@ inline int non_adjacent_form(int8_t *digits, const uint64_t *n, int w)
         int digit = at(i, count) + carry;
         carry = digit >> (w - 1);
         digit -= carry << w;
-        digits[i] = static_cast<int8_t>(digit);
+        digits[i] = static_cast<int16_t>(digit);
         length = i + 1;
         i += count;
     }

@@ -33,7 +33,7 @@ mpz_class import_digits(const uint64_t *d)
 // Numbers of four digits, at their edges and at those of p and of c = 2^256 - p.
 mpz_class operand(Random &random, const mpz_class &p)
 {
-    const mpz_class near = static_cast<unsigned long>(random.below(5));
+    mpz_class near = static_cast<unsigned long>(random.below(5));
     switch (random.below(10)) {
     case 0:
         return near;
