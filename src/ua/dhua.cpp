@@ -36,7 +36,7 @@ int dhua_zz(const dstu_ctx *ctx, int32_t priv_len, const uint8_t *priv, int32_t 
         *out_len = field_bytes(curve);
         qal2ptob(out, x, *out_len);
         wipe(x, sizeof x);
-        wipe_stack();
+        wipe_stack<engine_stack>();
     }
     wipe(d, sizeof d);
     wipe(&Q, sizeof Q);

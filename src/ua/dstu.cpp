@@ -301,13 +301,6 @@ bool read_private_key(const dstu_ctx &ctx, qald *d, const uint8_t *bytes, int32_
     return declassified(any != 0 && above == 0);
 }
 
-[[gnu::noinline]] void wipe_stack()
-{
-    // As deep as the engines go for the largest field.
-    uint8_t below[8192];
-    wipe(below, sizeof below);
-}
-
 } // namespace qal::ua
 
 extern "C" {
@@ -373,8 +366,10 @@ int dstu_bspool_step(dstu_bspool *pool)
     if ((pool->started >> i & 1) == 0) {
         start(*pool, slot);
         pool->started |= 1U << i;
-    } else if (proceed(*pool, slot)) {
-        pool->ready |= 1U << i;
+    } else {
+        if (proceed(*pool, slot))
+            pool->ready |= 1U << i;
+        wipe_stack<engine_stack>();
     }
     return pool->ready != 0;
 }
@@ -402,7 +397,7 @@ int dstu_bspool_get(dstu_bspool *pool, qald *e, qal2d *cp)
     wipe(&slot.kp.Q, sizeof slot.kp.Q);
     pool->ready &= ~(1U << i);
     pool->started &= ~(1U << i);
-    wipe_stack();
+    wipe_stack<engine_stack>();
     return status_good;
 }
 
@@ -495,7 +490,7 @@ int dstu_sign(const dstu_ctx *ctx, dstu_bspool *pool, int32_t priv_len, const ui
     qaltorbase256(sig, static_cast<uint32_t>(half), r);
     qaltorbase256(sig + half, static_cast<uint32_t>(half), s);
     *sig_len = size;
-    wipe_stack();
+    wipe_stack<engine_stack>();
     return status_good;
 }
 

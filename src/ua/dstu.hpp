@@ -27,7 +27,4 @@ bool read_point(const qale2curve &curve, qale2point *P, const uint8_t *bytes, in
 // at the top or not.
 bool read_private_key(const dstu_ctx &ctx, qald *d, const uint8_t *bytes, int32_t size);
 
-// Erases what secret computations may have left on the stack below the caller's frame.
-void wipe_stack();
-
 } // namespace qal::ua

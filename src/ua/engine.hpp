@@ -5,6 +5,8 @@
 
 #include <qal/qale2.h>
 
+#include <stddef.h>
+
 namespace qal::ua {
 
 // Window of the regular multiplication: as wide as the table of 32 odd multiples serves.
@@ -45,6 +47,9 @@ struct Engine {
     bool (*joint_abscissa)(const qale2curve *curve, qal2d *x, const qald *s,
                            const qale2affine *multiples, const qald *r, const qale2point *Q);
 };
+
+// How deep the stack is below an operation on secrets, at most.
+constexpr size_t engine_stack = 8192;
 
 inline unsigned regular_windows(uint64_t bits)
 {
