@@ -1,6 +1,6 @@
+#include "base/wipe.hpp"
 #include "rsa/primality.hpp"
 #include "rsa/small_primes.hpp"
-#include "rsa/wiped_stack.hpp"
 
 using namespace qal::rsa;
 
@@ -60,6 +60,6 @@ int find_prime_near(qald *x)
 {
     int found = 0;
     if (x[0] <= prime_digits)
-        run_on_wiped_stack([&] { found = search(x); });
+        qal::base::run_on_wiped_stack<stack_depth>([&] { found = search(x); });
     return found;
 }

@@ -11,6 +11,9 @@ namespace qal::rsa {
 // The largest number that can be tested.
 constexpr size_t prime_digits = 16;
 
+// More than what the search for a prime and the completion of a key use of the stack.
+constexpr size_t stack_depth = 40960;
+
 // How often to test a number of so many bits. The longer a random number, the less likely it is to
 // be composite and to pass (Damgard, Landrock, Pomerance, "Average case error estimates for the
 // strong probable prime test", Math. Comp. 61 (1993), table 3).

@@ -56,20 +56,15 @@ private:
     Block x_[blocks], form_[blocks], power_[blocks];
 };
 
-// Products keep their columns on the stack, where this array then lies.
-[[gnu::noinline]] void wipe_stack()
-{
-    uint8_t stack[4096];
-    base::wipe(stack, sizeof stack);
-}
-
 template<size_t blocks>
 void run(const PublicPower &power)
 {
-    BlockPower<blocks> form(power);
-    raise(form, power.e);
-    form.write(power.r);
-    wipe_stack();
+    // Products keep columns on the stack.
+    base::run_on_wiped_stack<4096>([&] {
+        BlockPower<blocks> form(power);
+        raise(form, power.e);
+        form.write(power.r);
+    });
 }
 
 } // namespace

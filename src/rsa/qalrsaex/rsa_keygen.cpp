@@ -1,7 +1,7 @@
 #include "base/wipe.hpp"
+#include "rsa/primality.hpp"
 #include "rsa/qalrsaex/parameters.hpp"
 #include "rsa/qalrsaex/status.hpp"
-#include "rsa/wiped_stack.hpp"
 
 #include <string.h>
 
@@ -60,7 +60,7 @@ int add_prime(rsa_keygen_ctx *ctx, const qald *x)
 
 void rsa_gen_crt(rsa_keygen_ctx *ctx)
 {
-    run_on_wiped_stack([ctx] { complete(ctx); });
+    qal::base::run_on_wiped_stack<stack_depth>([ctx] { complete(ctx); });
 }
 
 int rsa_keygen(rsa_keygen_ctx *ctx, const uint8_t *rnd, uint32_t len)
