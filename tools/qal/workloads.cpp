@@ -142,6 +142,41 @@ void add_integers(Workloads &all, Material &material)
     }
 }
 
+// Keys of odd numbers: whether they are primes makes no difference to the time.
+void add_rsa(Workloads &all, Material &material)
+{
+    const auto append = [](Bytes &key, const qald *x) {
+        const size_t size = key.size();
+        key.resize(size + 2 + qalbitlen(x, 8));
+        save_rsa_key_prm(key.data() + size, x);
+    };
+    for (const size_t n : {4U, 8U, 12U, 16U}) {
+        const std::string bits = std::to_string(128 * n) + " bits";
+        const std::vector<qald> p = number(material, n, true), q = number(material, n, true),
+                                part = number(material, n, false);
+        std::vector<qald> product(QALBIG_SIZE), e(2);
+        Bytes private_key, public_key;
+        for (const qald *x : {p.data(), q.data(), part.data(), part.data(), part.data()})
+            append(private_key, x);
+        append(public_key, qalmul(p.data(), q.data(), product.data()));
+        append(public_key, qalconvert(e.data(), 65537));
+        const Bytes message = material.bytes(16 * n);
+        const auto result = std::make_shared<Bytes>(message.size());
+        all.add("RSA private, " + bits, 0, [&] {
+            return [=] {
+                rsa_sign(result->data(), message.data(), static_cast<int32_t>(message.size()),
+                         private_key.data());
+            };
+        });
+        all.add("RSA public, " + bits, 0, [&] {
+            return [=] {
+                rsa_encrypt(result->data(), message.data(), static_cast<uint32_t>(message.size()),
+                            public_key.data());
+            };
+        });
+    }
+}
+
 } // namespace
 
 std::vector<Workload> make_workloads(const std::string &text)
@@ -151,6 +186,7 @@ std::vector<Workload> make_workloads(const std::string &text)
     add_hashes(all, material);
     add_ciphers(all, material);
     add_integers(all, material);
+    add_rsa(all, material);
     return all.take();
 }
 
