@@ -10,7 +10,7 @@
  * time; round keys and ECB records may be shared once they are made.
  *
  * Timing: with AVX-512 VBMI and GFNI all operations depend on lengths alone. Elsewhere counter mode
- * does so with AVX2 for runs of whole blocks, but for up to four blocks at their end; these, and
+ * does so with AVX2 for runs of whole blocks, but for up to three blocks at their end; these, and
  * everything else, read tables of 256 bytes at addresses that depend on key and data.
  */
 #ifndef QAL_KUZN_H
