@@ -264,12 +264,16 @@ QAL_DISPATCH(qal_redc_digits, {
 });
 
 QAL_DISPATCH(qal_mont_mul, {
+    if (has_bits(cpu, cpu_avx512 | cpu_bmi2_adx))
+        return qal_mont_mul_avx512;
     if (cpu & cpu_bmi2_adx)
         return qal_mont_mul_bmi2adx;
     return qal_mont_mul_base;
 });
 
 QAL_DISPATCH(qal_mont_sqr, {
+    if (has_bits(cpu, cpu_avx512 | cpu_bmi2_adx))
+        return qal_mont_sqr_avx512;
     if (cpu & cpu_bmi2_adx)
         return qal_mont_sqr_bmi2adx;
     return qal_mont_sqr_base;

@@ -16,6 +16,10 @@ QAL_KERNELS(void, qal_mont_mul, qald *r, const qald *a, const qald *b, const qal
 // r[0..n) = a * a / R modulo p, likewise.
 QAL_KERNELS(void, qal_mont_sqr, qald *r, const qald *a, const qald *p, size_t n, qald c);
 
+QAL_KERNEL void qal_mont_mul_avx512(qald *r, const qald *a, const qald *b, const qald *p, size_t n,
+                                    qald c);
+QAL_KERNEL void qal_mont_sqr_avx512(qald *r, const qald *a, const qald *p, size_t n, qald c);
+
 // The same for one n; r has room for n digits, and may be a, b or p.
 QAL_KERNEL void qal_mont_mul_4_bmi2adx(qald *r, const qald *a, const qald *b, const qald *p,
                                        qald c);

@@ -1,35 +1,17 @@
 // Montgomery's multiplication in digits of 52 bits, for the multiply-and-add instructions that take
 // the lower or the upper half of a 104-bit product (IFMA).
 //
-// A number is `blocks` vectors of four digits; W = 2^52 and R = W^(4 blocks) >= 2^16 p. Products
-// are reduced "almost": for factors a and b the result is a b / R modulo p and below a b / R + 3p.
-// Factors below 2^7 p thus give results below 4p.
-//
-// Each step takes four digits of b and a multiple Q of p that makes four digits vanish:
-//
-//     T = (T + a (b0 + b1 W + b2 W^2 + b3 W^3) + Q) / W^4
-//
-// The sums of products that belong at one of four distances from a block's beginning have an
-// accumulator each: lower halves of a[j] b[s] at s, upper halves at s + 1, where 4 is 0 of the next
-// block. So no operand is ever moved by a digit. The accumulators are: those of the lowest block at
-// each step, when they are added up to columns, all others at the end. A column has no more than 17
-// summands below 2^52 from each step, and stays below 2^60.
-//
-// Q is q0 + q1 W + q2 W^2 + q3 W^3 times p' = k p, which is -1 modulo W^4. So the q are what shall
-// vanish, as it stands, and what they leave is q times p4 = (p' + 1) / W^4, as many digits as p,
-// from the next block on. The price is that T may be as large as W^4 p: the last step takes
-// its digits one by one, three with p1 = (k p + 1) / W for k p = -1 modulo W, and one with p.
-//
-// Included by files that are compiled for the profile only; everything here is internal to each.
+// A number is a few blocks of four digits; W = 2^52 and R = W^(4 blocks) >= 2^16 p. Products are
+// reduced "almost": for factors a and b the result is a b / R modulo p and below a b / R + 3p.
+// Factors below 2^7 p thus give results below 4p. Time depends on the number of blocks alone.
 #ifndef QAL_QALMATH64_MONTGOMERY52_AVX512_HPP
 #define QAL_QALMATH64_MONTGOMERY52_AVX512_HPP
 
-#include "base/wipe.hpp"
-#include "qalmath64/montgomery.hpp"
+#include "qalmath64/kernels.hpp"
 
 #include <immintrin.h>
 
-// For loops over blocks, whose number is a constant wherever they are expanded.
+// For loops over blocks, where their number is a constant.
 #ifdef __clang__
 #define QAL_UNROLL _Pragma("clang loop unroll(full)")
 #else
@@ -37,13 +19,11 @@
 #endif
 
 namespace qal::math {
-namespace {
 
 using Block = __m256i;
 
 constexpr size_t most_blocks = 10;
 constexpr size_t most_digits52 = 32; // of 64 bits
-constexpr uint64_t mask52 = (uint64_t{1} << 52) - 1;
 
 // Blocks for a modulus of n digits of 64 bits, out of those for which there is code. 208 bits are
 // no multiple of 64 but of 16, which leaves those that R has to have more.
@@ -53,24 +33,7 @@ constexpr size_t blocks_for(size_t n)
     return blocks <= 3 ? 3 : blocks <= 5 ? blocks : blocks <= 8 ? 8 : 10;
 }
 
-// Calls action.operator()<blocks>() for a number out of the same.
-template<class Action>
-[[gnu::always_inline]] inline void with_constant(size_t blocks, Action action)
-{
-    switch (blocks) {
-    case 3:
-        return action.template operator()<3>();
-    case 4:
-        return action.template operator()<4>();
-    case 5:
-        return action.template operator()<5>();
-    case 8:
-        return action.template operator()<8>();
-    default:
-        return action.template operator()<10>();
-    }
-}
-
+// What products need of p. See the source for p1 and p4.
 struct Modulus52 {
     Block p[most_blocks];
     Block p1[most_blocks];
@@ -78,382 +41,24 @@ struct Modulus52 {
     Block k; // -1/p modulo W in each lane
 };
 
-[[gnu::always_inline]] inline Block lo(Block sum, Block a, Block b)
-{
-    return _mm256_madd52lo_epu64(sum, a, b);
-}
+// For p of n digits, from 4 to 32, and blocks_for(n) blocks.
+QAL_KERNEL void prepare52_avx512(Modulus52 &m, const qald *p, size_t n, size_t blocks);
 
-[[gnu::always_inline]] inline Block hi(Block sum, Block a, Block b)
-{
-    return _mm256_madd52hi_epu64(sum, a, b);
-}
+// r = a b / R, and r = a^2 / R; r may be a or b.
+QAL_KERNEL void multiply52_avx512(Block *r, const Block *a, const Block *b, const Modulus52 &m,
+                                  size_t blocks);
+QAL_KERNEL void square52_avx512(Block *r, const Block *a, const Modulus52 &m, size_t blocks);
 
-[[gnu::always_inline]] inline Block add(Block a, Block b)
-{
-    return _mm256_add_epi64(a, b);
-}
+// r = a + b, below R. r may be a or b.
+QAL_KERNEL void add52_avx512(Block *r, const Block *a, const Block *b, size_t blocks);
 
-// Digits moved up by `count` places, those of the block below following.
-template<int count>
-[[gnu::always_inline]] inline Block move_up(Block x, Block below)
-{
-    return _mm256_alignr_epi64(x, below, 4 - count);
-}
+// r = x 2^(8 bytes), without what is not whole or not below R, for x of n digits of 64 bits and
+// bytes of either sign.
+QAL_KERNEL void split52_avx512(Block *r, size_t blocks, const qald *x, size_t n, ptrdiff_t bytes);
 
-// The sums of T's blocks at each of the four distances. Whatever is indexed is so by constants: the
-// loops are unrolled, and up to five blocks stay in registers.
-template<size_t blocks>
-struct Sums {
-    Block at0[blocks + 1], at1[blocks + 1], at2[blocks + 1], at3[blocks + 1];
-};
+// r = x modulo p of n digits of 64 bits, for x below 4p.
+QAL_KERNEL void reduce52_avx512(qald *r, const Block *x, size_t blocks, const qald *p, size_t n);
 
-// Adds a (b0, b1, b2, b3) from block j on.
-template<size_t blocks>
-[[gnu::always_inline]] inline void add_products(Sums<blocks> &s, size_t j, Block a,
-                                                const Block b[4])
-{
-    s.at0[j] = lo(s.at0[j], a, b[0]);
-    s.at1[j] = hi(s.at1[j], a, b[0]);
-    s.at2[j] = hi(s.at2[j], a, b[1]);
-    s.at3[j] = hi(s.at3[j], a, b[2]);
-    s.at0[j + 1] = hi(s.at0[j + 1], a, b[3]);
-    s.at1[j] = lo(s.at1[j], a, b[1]);
-    s.at2[j] = lo(s.at2[j], a, b[2]);
-    s.at3[j] = lo(s.at3[j], a, b[3]);
-}
-
-// Adds (q0, q1, q2) p1 W and q3 p.
-template<size_t blocks>
-[[gnu::always_inline]] inline void add_last_multiples(Sums<blocks> &s, size_t j, Block p1, Block p,
-                                                      const Block q[4])
-{
-    s.at1[j] = lo(s.at1[j], p1, q[0]);
-    s.at2[j] = hi(s.at2[j], p1, q[0]);
-    s.at3[j] = hi(s.at3[j], p1, q[1]);
-    s.at0[j + 1] = hi(s.at0[j + 1], p1, q[2]);
-    s.at2[j] = lo(s.at2[j], p1, q[1]);
-    s.at3[j] = lo(s.at3[j], p1, q[2]);
-    s.at0[j + 1] = hi(s.at0[j + 1], p, q[3]);
-    s.at3[j] = lo(s.at3[j], p, q[3]);
-}
-
-// The lowest block's columns.
-template<size_t blocks>
-[[gnu::always_inline]] inline Block lowest(const Sums<blocks> &s)
-{
-    const Block zero = _mm256_setzero_si256();
-    return add(add(s.at0[0], move_up<1>(s.at1[0], zero)),
-               add(move_up<2>(s.at2[0], zero), move_up<3>(s.at3[0], zero)));
-}
-
-// The columns of block j, which is not the lowest.
-template<size_t blocks>
-[[gnu::always_inline]] inline Block columns(const Sums<blocks> &s, size_t j)
-{
-    return add(add(s.at0[j], move_up<1>(s.at1[j], s.at1[j - 1])),
-               add(move_up<2>(s.at2[j], s.at2[j - 1]), move_up<3>(s.at3[j], s.at3[j - 1])));
-}
-
-// T / W^4, where the lowest block, which carries `carry`, has vanished but for what of its sums
-// belongs to the next one.
-template<size_t blocks>
-[[gnu::always_inline]] inline void drop_lowest(Sums<blocks> &s, Block carry)
-{
-    const Block zero = _mm256_setzero_si256();
-    s.at0[1] =
-        add(add(s.at0[1], carry), add(move_up<1>(zero, s.at1[0]),
-                                      add(move_up<2>(zero, s.at2[0]), move_up<3>(zero, s.at3[0]))));
-    QAL_UNROLL
-    for (size_t j = 0; j < blocks; j++) {
-        s.at0[j] = s.at0[j + 1];
-        s.at1[j] = s.at1[j + 1];
-        s.at2[j] = s.at2[j + 1];
-        s.at3[j] = s.at3[j + 1];
-    }
-    s.at0[blocks] = zero;
-}
-
-// What a column carries to the next one, alone in its place.
-template<int column>
-[[gnu::always_inline]] inline Block carry_of(Block x)
-{
-    const Block carry = _mm256_srli_epi64(x, 52);
-    if constexpr (column == 3)
-        return _mm256_maskz_permutex_epi64(1, carry, 0xff);
-    else if constexpr (column == 1)
-        return _mm256_maskz_permutex_epi64(4, carry, 0x90);
-    else
-        return _mm256_maskz_unpacklo_epi64(2 << column, _mm256_setzero_si256(), carry);
-}
-
-template<int column>
-[[gnu::always_inline]] inline Block broadcast(Block x)
-{
-    if constexpr (column == 0)
-        return _mm256_broadcastq_epi64(_mm256_castsi256_si128(x));
-    else
-        return _mm256_permutex_epi64(x, 0x55 * column);
-}
-
-// The lowest block's digits, which are the q of a step that is not the last; returns what it
-// carries to the next block. Multiplications take no more than 52 bits of the q.
-[[gnu::always_inline]] inline Block find_multiples(Block q[4], Block low)
-{
-    q[0] = broadcast<0>(low);
-    low = add(low, carry_of<0>(low));
-    q[1] = broadcast<1>(low);
-    low = add(low, carry_of<1>(low));
-    q[2] = broadcast<2>(low);
-    low = add(low, carry_of<2>(low));
-    q[3] = broadcast<3>(low);
-    return carry_of<3>(low);
-}
-
-// The same for the last step: each q has its effect on the columns above it.
-[[gnu::always_inline]] inline Block find_last_multiples(Block q[4], Block low, const Modulus52 &m)
-{
-    const Block zero = _mm256_setzero_si256(), p = m.p1[0];
-    const Block p_1 = move_up<1>(p, zero), p_2 = move_up<2>(p, zero), p_3 = move_up<3>(p, zero);
-    q[0] = broadcast<0>(low);
-    low = add(lo(low, p_1, q[0]), carry_of<0>(low));
-    q[1] = broadcast<1>(low);
-    low = add(lo(low, p_2, q[1]), add(carry_of<1>(low), hi(zero, p_2, q[0])));
-    q[2] = broadcast<2>(low);
-    low = add(lo(low, p_3, q[2]), add(carry_of<2>(low), hi(zero, p_3, q[1])));
-    q[3] = broadcast<3>(lo(zero, low, m.k));
-    return carry_of<3>(lo(low, move_up<3>(m.p[0], zero), q[3]));
-}
-
-[[gnu::always_inline]] inline void broadcast_all(Block b[4], const Block &digits)
-{
-    const auto *from = reinterpret_cast<const long long *>(&digits);
-    b[0] = _mm256_set1_epi64x(from[0]);
-    b[1] = _mm256_set1_epi64x(from[1]);
-    b[2] = _mm256_set1_epi64x(from[2]);
-    b[3] = _mm256_set1_epi64x(from[3]);
-}
-
-// r = 2a, below R.
-[[gnu::always_inline]] inline void twice(Block *r, const Block *a, size_t blocks)
-{
-    const Block mask = _mm256_set1_epi64x(mask52);
-    Block before = _mm256_setzero_si256();
-    QAL_UNROLL
-    for (size_t j = 0; j < blocks; j++) {
-        const Block carry = _mm256_srli_epi64(a[j], 51);
-        r[j] = _mm256_or_si256(_mm256_and_si256(_mm256_slli_epi64(a[j], 1), mask),
-                               move_up<1>(carry, before));
-        before = carry;
-    }
-}
-
-// Columns to digits. What a column holds beyond 52 bits goes to the next one, which may then hold
-// 2^52 or a little more; the carries of that are found for all digits at once, as those of an
-// addition are: bits of `full` let pass what bits of `over` send.
-[[gnu::always_inline]] inline void normalise(Block *r, const Block *t, size_t blocks)
-{
-    const Block mask = _mm256_set1_epi64x(mask52);
-    Block before = _mm256_setzero_si256(), x[most_blocks];
-    uint64_t over = 0, full = 0;
-    QAL_UNROLL
-    for (size_t j = 0; j < blocks; j++) {
-        const Block carry = _mm256_srli_epi64(t[j], 52);
-        x[j] = add(_mm256_and_si256(t[j], mask), move_up<1>(carry, before));
-        before = carry;
-        over |= uint64_t{_mm256_cmpgt_epu64_mask(x[j], mask)} << (4 * j);
-        full |= uint64_t{_mm256_cmpeq_epu64_mask(x[j], mask)} << (4 * j);
-    }
-    const uint64_t carries = (2 * over + full) ^ full;
-    QAL_UNROLL
-    for (size_t j = 0; j < blocks; j++) {
-        const auto here = static_cast<__mmask8>(carries >> (4 * j) & 15);
-        r[j] =
-            _mm256_and_si256(_mm256_mask_sub_epi64(x[j], here, x[j], _mm256_set1_epi64x(-1)), mask);
-    }
-}
-
-// The other factor of a square in step i: products of different blocks are made once and doubled,
-// so that it is block i of a, those behind it of 2a, and none before it. The bit that block i of 2a
-// carries into the next one does not belong there.
-[[gnu::always_inline]] inline Block doubled(const Block *a, const Block *twice_a, size_t i,
-                                            size_t j)
-{
-    return j == i       ? a[j]
-           : j == i + 1 ? _mm256_and_si256(twice_a[j], _mm256_set_epi64x(-1, -1, -1, -2))
-                        : twice_a[j];
-}
-
-// r = a b / R; r may be a or b. twice_a, if given, is 2a, and b is a.
-//
-// As soon as a step's multiples are known, those of the next step are sought: they depend on the
-// lowest block alone, and are there when all others have been multiplied.
-template<size_t blocks, bool is_square>
-[[gnu::always_inline]] inline void multiply_blocks(Block *r, const Block *a, const Block *b,
-                                                   const Block *twice_a, const Modulus52 &m)
-{
-    Sums<blocks> s;
-    QAL_UNROLL
-    for (size_t j = 0; j <= blocks; j++)
-        s.at0[j] = s.at1[j] = s.at2[j] = s.at3[j] = _mm256_setzero_si256();
-
-    Block digits[4], q[4];
-    broadcast_all(digits, b[0]);
-    add_products(s, 0, a[0], digits);
-    Block carry = find_multiples(q, lowest(s));
-    QAL_UNROLL
-    for (size_t j = 1; j < blocks; j++)
-        add_products(s, j, is_square ? doubled(a, twice_a, 0, j) : a[j], digits);
-
-    QAL_UNROLL
-    for (size_t i = 1; i < blocks; i++) {
-        drop_lowest(s, carry);
-        broadcast_all(digits, b[i]);
-        add_products(s, 0, m.p4[0], q);
-        if (!is_square)
-            add_products(s, 0, a[0], digits);
-        Block next[4];
-        carry = i + 1 < blocks ? find_multiples(next, lowest(s))
-                               : find_last_multiples(next, lowest(s), m);
-        QAL_UNROLL
-        for (size_t j = 1; j < blocks; j++) {
-            add_products(s, j, m.p4[j], q);
-            if (!is_square)
-                add_products(s, j, a[j], digits);
-            else if (j >= i)
-                add_products(s, j, doubled(a, twice_a, i, j), digits);
-        }
-        q[0] = next[0];
-        q[1] = next[1];
-        q[2] = next[2];
-        q[3] = next[3];
-    }
-
-    QAL_UNROLL
-    for (size_t j = 0; j < blocks; j++)
-        add_last_multiples(s, j, m.p1[j], m.p[j], q);
-    s.at0[1] = add(s.at0[1], carry);
-    Block t[blocks];
-    QAL_UNROLL
-    for (size_t j = 0; j < blocks; j++)
-        t[j] = columns(s, j + 1);
-    normalise(r, t, blocks);
-}
-
-template<size_t blocks>
-[[gnu::always_inline]] inline void multiply52(Block *r, const Block *a, const Block *b,
-                                              const Modulus52 &m)
-{
-    multiply_blocks<blocks, false>(r, a, b, nullptr, m);
-}
-
-// r = a^2 / R; r may be a.
-template<size_t blocks>
-[[gnu::always_inline]] inline void square52(Block *r, const Block *a, const Modulus52 &m)
-{
-    Block twice_a[blocks];
-    twice(twice_a, a, blocks);
-    multiply_blocks<blocks, true>(r, a, a, twice_a, m);
-}
-
-// Which of 32 bytes from the start-th of `size` bytes on there are.
-inline __mmask32 bytes_within(ptrdiff_t start, size_t size)
-{
-    const ptrdiff_t left = static_cast<ptrdiff_t>(size) - start;
-    uint32_t mask = left >= 32 ? ~uint32_t{0} : left <= 0 ? 0 : (uint32_t{1} << left) - 1;
-    if (start < 0)
-        mask = start <= -32 ? 0 : mask >> -start << -start;
-    return mask;
-}
-
-// Digits of 52 bits of x 2^(8 bytes), for x of n digits and bytes of either sign. A block is 26
-// bytes; its digits begin with byte 0, in the middle of byte 6, with byte 13, and in the middle of
-// byte 19.
-inline void split(Block *r, size_t blocks, const qald *x, size_t n, ptrdiff_t bytes)
-{
-    const Block places = _mm256_set_epi64x(0x1a19181716151413, 0x14131211100f0e0d,
-                                           0x0d0c0b0a09080706, 0x0706050403020100);
-    const Block offsets = _mm256_set_epi64x(4, 0, 4, 0);
-    const auto *from = reinterpret_cast<const uint8_t *>(x);
-    for (size_t j = 0; j < blocks; j++) {
-        const ptrdiff_t start = static_cast<ptrdiff_t>(26 * j) - bytes;
-        const Block in = _mm256_maskz_loadu_epi8(bytes_within(start, 8 * n), from + start);
-        r[j] = _mm256_and_si256(_mm256_srlv_epi64(_mm256_permutexvar_epi8(places, in), offsets),
-                                _mm256_set1_epi64x(mask52));
-    }
-}
-
-// The n lowest digits of 64 bits of x.
-inline void join(qald *r, size_t n, const Block *x, size_t blocks)
-{
-    const Block places =
-        _mm256_set_epi64x(0x1c1b, 0x1a19181716151413, 0x1211100c0b0a0908, 0x0706050403020100);
-    auto *to = reinterpret_cast<uint8_t *>(r);
-    for (size_t i = 0; i < n; i++)
-        r[i] = 0;
-    for (size_t j = 0; j < blocks; j++) {
-        // Of each two digits, the lower one with twelve bits of the other, and its forty others.
-        const Block upper = _mm256_unpackhi_epi64(_mm256_slli_epi64(x[j], 52), x[j]);
-        const Block pairs = _mm256_mask_srli_epi64(_mm256_or_si256(x[j], upper), 0xa, x[j], 12);
-        _mm256_mask_storeu_epi8(to + 26 * j,
-                                bytes_within(static_cast<ptrdiff_t>(26 * j), 8 * n) & 0x3ffffff,
-                                _mm256_permutexvar_epi8(places, pairs));
-    }
-}
-
-inline void increment(qald *x, size_t n)
-{
-    qald carry = 1;
-    for (size_t i = 0; i < n; i++) {
-        const uint128 sum = uint128{x[i]} + carry;
-        x[i] = static_cast<qald>(sum);
-        carry = static_cast<qald>(sum >> 64);
-    }
-}
-
-// For p of at least four digits.
-inline void prepare(Modulus52 &m, const qald *p, size_t n, size_t blocks)
-{
-    // k = -1/p modulo 2^256: what makes 1 + k p vanish, digit by digit.
-    const qald c = montgomery_constant(p[0]);
-    qald k[4], rest[4] = {1}, multiple[most_digits52 + 4];
-    for (size_t i = 0; i < 4; i++) {
-        k[i] = rest[i] * c;
-        qal_addmul_row(rest + i, p, 4 - i, k[i]);
-    }
-    split(m.p, blocks, p, n, 0);
-    m.k = _mm256_set1_epi64x(static_cast<long long>(k[0] & mask52));
-    multiple[n] = qal_mul_row(multiple, p, n, k[0] & mask52);
-    increment(multiple, n + 1);
-    shift_right(multiple, n + 1, 52);
-    split(m.p1, blocks, multiple, n + 1, 0);
-    k[3] &= 0xffff;
-    qal_mul_digits(multiple, p, n, k, 4);
-    increment(multiple, n + 4);
-    split(m.p4, blocks, multiple, n + 4, -26);
-    base::wipe(k, sizeof k);
-    base::wipe(rest, sizeof rest);
-    base::wipe(multiple, sizeof multiple);
-}
-
-// r = x modulo p of n digits, for x below 4p.
-inline void reduce_fully(qald *r, const Block *x, size_t blocks, const qald *p, size_t n)
-{
-    qald t[most_digits52 + 1], u[most_digits52 + 1], modulus[most_digits52 + 1];
-    join(t, n + 1, x, blocks);
-    for (size_t i = 0; i < n; i++)
-        modulus[i] = p[i];
-    modulus[n] = 0;
-    subtract_once(u, t, 0, modulus, n + 1);
-    subtract_once(t, u, 0, modulus, n + 1);
-    subtract_once(u, t, 0, modulus, n + 1);
-    for (size_t i = 0; i < n; i++)
-        r[i] = u[i];
-    base::wipe(t, sizeof t);
-    base::wipe(u, sizeof u);
-    base::wipe(modulus, sizeof modulus);
-}
-
-} // namespace
 } // namespace qal::math
 
 #endif

@@ -15,7 +15,7 @@ class Power52 {
 public:
     Power52(const qald *p, size_t blocks) : p_(p), blocks_(blocks)
     {
-        prepare(m_, p + 1, p[0], blocks);
+        prepare52_avx512(m_, p + 1, p[0], blocks);
     }
     Power52(const Power52 &) = delete;
     Power52 &operator=(const Power52 &) = delete;
@@ -27,21 +27,18 @@ public:
         qald product[QALBIG_SIZE];
         qalshl(x, 8 * missing_bytes(), product);
         qaldiv(product, p_, nullptr, product);
-        split(x_, blocks_, product + 1, product[0], 0);
+        split52_avx512(x_, blocks_, product + 1, product[0], 0);
     }
 
     // The same need not be below p for a factor: below R is enough.
-    [[gnu::noinline]] void multiply(const qald *x)
+    void multiply(const qald *x)
     {
         Block factor[most_blocks];
-        split(factor, blocks_, x + 1, x[0], static_cast<ptrdiff_t>(missing_bytes()));
-        with_constant(blocks_, [&]<size_t blocks>() { multiply52<blocks>(x_, x_, factor, m_); });
+        split52_avx512(factor, blocks_, x + 1, x[0], static_cast<ptrdiff_t>(missing_bytes()));
+        multiply52_avx512(x_, x_, factor, m_, blocks_);
     }
 
-    [[gnu::noinline]] void square()
-    {
-        with_constant(blocks_, [&]<size_t blocks>() { square52<blocks>(x_, x_, m_); });
-    }
+    void square() { square52_avx512(x_, x_, m_, blocks_); }
 
     // Back to the form of 2^(64 n), by a product with that.
     void get(qald *r)
@@ -50,10 +47,9 @@ public:
         qald factor[most_digits52 + 1] = {};
         factor[n] = 1;
         Block blocks[most_blocks];
-        split(blocks, blocks_, factor, n + 1, 0);
-        with_constant(blocks_,
-                      [&]<size_t constant>() { multiply52<constant>(x_, x_, blocks, m_); });
-        reduce_fully(r + 1, x_, blocks_, p_ + 1, n);
+        split52_avx512(blocks, blocks_, factor, n + 1, 0);
+        multiply52_avx512(x_, x_, blocks, m_, blocks_);
+        reduce52_avx512(r + 1, x_, blocks_, p_ + 1, n);
         r[0] = n;
         qalclip(r);
     }

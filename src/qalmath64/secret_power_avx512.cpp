@@ -1,7 +1,6 @@
 // Fixed windows over Montgomery products in digits of 52 bits; two exponentiations take turns
 // within each product.
 #include "base/wipe.hpp"
-#include "qalmath64/montgomery.hpp"
 #include "qalmath64/montgomery52_avx512.hpp"
 #include "qalmath64/secret_power.hpp"
 
@@ -17,22 +16,6 @@ struct Work {
     Block x[most_blocks], factor[most_blocks], square[most_blocks];
     Block table[most_entries * most_blocks];
 };
-
-[[gnu::noinline]] void multiply(Work &w, size_t blocks)
-{
-    with_constant(blocks,
-                  [&]<size_t constant>() { multiply52<constant>(w.x, w.x, w.factor, w.m); });
-}
-
-[[gnu::noinline]] void square(Work &w, size_t blocks)
-{
-    with_constant(blocks, [&]<size_t constant>() { square52<constant>(w.x, w.x, w.m); });
-}
-
-[[gnu::noinline]] void normalise(Work &w, size_t blocks)
-{
-    with_constant(blocks, [&]<size_t constant>() { normalise(w.x, w.x, constant); });
-}
 
 void copy(Block *to, const Block *from, size_t blocks)
 {
@@ -113,7 +96,9 @@ public:
         }
         each([&](Work &work) { set_small(work.factor, blocks_, 1); });
         multiply_all();
-        each([&](Work &work) { reduce_fully(work.power->r, work.x, blocks_, work.power->p, n_); });
+        each([&](Work &work) {
+            reduce52_avx512(work.power->r, work.x, blocks_, work.power->p, n_);
+        });
     }
 
 private:
@@ -126,12 +111,12 @@ private:
 
     void multiply_all()
     {
-        each([&](Work &work) { multiply(work, blocks_); });
+        each([&](Work &work) { multiply52_avx512(work.x, work.x, work.factor, work.m, blocks_); });
     }
 
     void square_all()
     {
-        each([&](Work &work) { square(work, blocks_); });
+        each([&](Work &work) { square52_avx512(work.x, work.x, work.m, blocks_); });
     }
 
     // The powers of x from 0 to entries - 1.
@@ -141,9 +126,9 @@ private:
         each([&](Work &work) {
             const SecretPower &power = *work.power;
             qald residue[most_secret_digits];
-            prepare(work.m, power.p, n_, blocks_);
+            prepare52_avx512(work.m, power.p, n_, blocks_);
             power_of_two_secret(residue, 221 * blocks_, power.p, n_);
-            split(work.x, blocks_, residue, n_, 0);
+            split52_avx512(work.x, blocks_, residue, n_, 0);
             base::wipe(residue, sizeof residue);
         });
         for (int i = 0; i < 4; i++)
@@ -156,20 +141,18 @@ private:
         multiply_all();
         each([&](Work &work) {
             copy(work.factor, work.x, blocks_);
-            split(work.x, blocks_, work.power->x, 2 * n_, -static_cast<ptrdiff_t>(26 * blocks_));
+            split52_avx512(work.x, blocks_, work.power->x, 2 * n_,
+                           -static_cast<ptrdiff_t>(26 * blocks_));
         });
         multiply_all();
         each([&](Work &work) {
             copy(entry(work, 1), work.x, blocks_);
             copy(work.factor, work.square, blocks_);
-            split(work.x, blocks_, work.power->x, 2 * n_, 0);
+            split52_avx512(work.x, blocks_, work.power->x, 2 * n_, 0);
         });
         multiply_all();
         each([&](Work &work) {
-            for (size_t j = 0; j < blocks_; j++)
-                work.x[j] = add(work.x[j], entry(work, 1)[j]);
-            normalise(work, blocks_);
-            copy(entry(work, 1), work.x, blocks_);
+            add52_avx512(entry(work, 1), work.x, entry(work, 1), blocks_);
             set_small(work.x, blocks_, 1);
         });
         multiply_all();
