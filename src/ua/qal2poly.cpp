@@ -192,8 +192,8 @@ void qal2psbit(qal2d *x, int32_t no, int32_t val)
     QAL_REQUIRE(0 <= no && no < most_bits,
                 "(0 <= no) && (no < (" QAL2P_CAPACITY "-1)*(sizeof(qal2d)<<3))");
     QAL_REQUIRE(static_cast<qal2d>(no) / 32 < x[0], "(0 <= no) && (no < (x[0])*8*sizeof(qal2d))");
-    qal2d &word = x[no / 32 + 1];
-    word = (word & ~(1U << (no % 32))) | static_cast<qal2d>(val) << (no % 32);
+    const int32_t i = no / 32 + 1, bit = no % 32;
+    x[i] = (x[i] & ~(1U << bit)) | static_cast<qal2d>(val) << bit;
 }
 
 qal2d *qal2add(qal2d *r, const qal2d *a, const qal2d *b)
