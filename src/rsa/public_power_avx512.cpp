@@ -18,11 +18,11 @@ class BlockPower {
 public:
     explicit BlockPower(const PublicPower &power) : count_(power.n[0]), n_(power.n + 1)
     {
-        prepare(m_, n_, count_, blocks);
-        split(x_, blocks, power.x, count_, 0);
+        prepare52_avx512(m_, n_, count_, blocks);
+        split52_avx512(x_, blocks, power.x, count_, 0);
         qald square[modulus_digits];
         power_of_two(square, 416 * blocks, power.n);
-        split(power_, blocks, square, count_, 0);
+        split52_avx512(power_, blocks, square, count_, 0);
         multiply_by(x_);
         for (size_t j = 0; j < blocks; j++)
             form_[j] = power_[j];
@@ -31,7 +31,7 @@ public:
     BlockPower &operator=(const BlockPower &) = delete;
     ~BlockPower() { base::wipe(this, sizeof *this); }
 
-    [[gnu::noinline]] void square() { square52<blocks>(power_, power_, m_); }
+    void square() { square52_avx512(power_, power_, m_, blocks); }
     void multiply() { multiply_by(form_); }
     void multiply_and_leave() { multiply_by(x_); }
     void leave()
@@ -42,12 +42,12 @@ public:
         multiply_by(one);
     }
 
-    void write(qald *r) const { reduce_fully(r, power_, blocks, n_, count_); }
+    void write(qald *r) const { reduce52_avx512(r, power_, blocks, n_, count_); }
 
 private:
-    [[gnu::noinline]] void multiply_by(const Block *factor)
+    void multiply_by(const Block *factor)
     {
-        multiply52<blocks>(power_, power_, factor, m_);
+        multiply52_avx512(power_, power_, factor, m_, blocks);
     }
 
     size_t count_;
