@@ -347,7 +347,7 @@ constexpr bool gains(size_t n)
 }
 constexpr bool square_gains(size_t n)
 {
-    return n >= 23 && n <= most_digits52;
+    return n == 16 || (n >= 23 && n <= most_digits52);
 }
 
 // A step's multiples of p itself, which need no preparation but the longer way to them: each takes
