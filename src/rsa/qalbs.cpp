@@ -28,9 +28,9 @@ uint32_t qalbssetbit(qald *bs, uint64_t i, uint32_t val)
     QAL_REQUIRE(val <= 1, "(val == 0) || (val == 1)");
     if (i / 64 >= bs[0])
         return no_bit;
-    qald &word = bs[i / 64 + 1];
+    qald *const word = bs + i / 64 + 1;
     const qald bit = qald{1} << (i % 64);
-    word = val == 1 ? word | bit : word & ~bit;
+    *word = val == 1 ? *word | bit : *word & ~bit;
     return val;
 }
 

@@ -24,7 +24,7 @@ public:
     [[nodiscard]] uint32_t bytes() const { return static_cast<uint32_t>(qalbitlen(n_, 8)); }
     [[nodiscard]] size_t digits() const { return n_[0]; }
 
-    // r = x mod n on digits, for a number of at most twice as many.
+    // r = x mod n on digits.
     void reduce(qald *r, const qald *x) const
     {
         qald remainder[QALBIG_SIZE];
@@ -48,19 +48,18 @@ private:
     qald n_[modulus_digits + 1], e_[modulus_digits + 1];
 };
 
-// r = big-endian bytes modulo n, on digits: each step takes as many as n has digits, the first one
-// what is left over.
+// r = big-endian bytes modulo n, on digits: each step takes as many as the longest modulus has, the
+// first one what is left over.
 void reduce_message(qald *r, const uint8_t *m, uint32_t mlen, const PublicKey &key)
 {
-    const size_t digits = key.digits();
-    const auto step = static_cast<uint32_t>(8 * digits);
+    constexpr uint32_t step = most_modulus_bytes;
     qald x[2 * modulus_digits + 1];
-    memset(r, 0, digits * sizeof *r);
+    memset(r, 0, key.digits() * sizeof *r);
     for (uint32_t done = 0; done < mlen;) {
-        const uint32_t length = (mlen - done) % step == 0 ? step : (mlen - done) % step;
-        read_digits(x + 1, digits, m + done, length);
-        memcpy(x + 1 + digits, r, digits * sizeof *r);
-        x[0] = 2 * digits;
+        const uint32_t left = mlen - done, length = left % step == 0 ? step : left % step;
+        read_digits(x + 1, modulus_digits, m + done, length);
+        memcpy(x + 1 + modulus_digits, r, key.digits() * sizeof *r);
+        x[0] = modulus_digits + key.digits();
         key.reduce(r, qalclip(x));
         done += length;
     }
