@@ -10,7 +10,9 @@ is faster; only ratios of one run mean anything.
 import argparse
 import csv
 import json
+import datetime
 import os
+import platform
 import statistics
 import subprocess
 import sys
@@ -70,6 +72,45 @@ def table(found):
     return rows
 
 
+PEERS = {
+    "openssl": "libssl-dev",
+    "openssl-gost-engine": "libengine-gost-openssl",
+    "libgcrypt": "libgcrypt20-dev",
+    "nettle": "nettle-dev",
+    "botan": "libbotan-2-dev",
+    "crypto++": "libcrypto++-dev",
+    "gmp": "libgmp-dev",
+}
+
+
+def package_version(package):
+    done = subprocess.run(
+        ["dpkg-query", "-W", "-f", "${Version}", package], stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True
+    )
+    return done.stdout or None
+
+
+def processor():
+    with open("/proc/cpuinfo") as info:
+        fields = dict(line.split(":", 1) for line in info.read().split("\n\n")[0].splitlines() if ":" in line)
+    fields = {name.strip(): value.strip() for name, value in fields.items()}
+    return "{model name}, family {cpu family}, model {model}".format(**fields)
+
+
+def record(rows, cycles_per_ns):
+    """The table with what it was measured on: processor, date, versions."""
+    return {
+        "processor": processor(),
+        "cycles_per_ns": cycles_per_ns,
+        "date": datetime.date.today().isoformat(),
+        "system": platform.freedesktop_os_release().get("PRETTY_NAME", platform.system()),
+        "versions": {name: package_version(package) for name, package in PEERS.items()},
+        "rows": [
+            dict(zip(("workload", "size", "contender", "ns", "peer", "ratio"), row)) for row in rows
+        ],
+    }
+
+
 def show(rows, cycles_per_ns, out):
     """A line per contender; the library's with the ratio to each peer, the fastest peer first.
 
@@ -97,6 +138,7 @@ def main():
     parser.add_argument("--min-time", type=float, default=0.05, help="seconds per benchmark and round")
     parser.add_argument("--core", type=int, default=max(os.sched_getaffinity(0)))
     parser.add_argument("--csv", help="file to write the table to")
+    parser.add_argument("--json", help="file to write the table and its circumstances to")
     arguments = parser.parse_args()
 
     found = {}
@@ -113,6 +155,10 @@ def main():
     if not found:
         sys.exit(f"compare.py: no benchmark matches '{arguments.filter}'")
     rows = table(found)
+    if arguments.json:
+        with open(arguments.json, "w") as file:
+            json.dump(record(rows, statistics.median(frequencies)), file, indent=1)
+            file.write("\n")
     show(rows, statistics.median(frequencies), sys.stdout)
     if arguments.csv:
         with open(arguments.csv, "w", newline="") as file:
