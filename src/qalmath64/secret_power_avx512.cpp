@@ -184,7 +184,7 @@ private:
 }
 
 // Fewer digits gain nothing here.
-constexpr size_t fewest_digits = 4;
+constexpr size_t fewest_digits = 5;
 
 } // namespace
 

@@ -2,10 +2,10 @@
 #include "base/cpu.hpp"
 #include "gost28147/g28147_kernels.hpp"
 #include "gost28147/gr341194_kernels.hpp"
+#include "qalec/curve256.hpp"
 #include "qalmath64/odd_powers.hpp"
 #include "qalmath64/secret_power.hpp"
 #include "rsa/public_power.hpp"
-#include "qalec/curve256.hpp"
 #include "ru/kuznyechik_kernels.hpp"
 #include "ru/streebog_kernels.hpp"
 
