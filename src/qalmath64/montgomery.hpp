@@ -25,6 +25,7 @@ QAL_KERNEL void qal_mont_mul_4_bmi2adx(qald *r, const qald *a, const qald *b, co
                                        qald c);
 QAL_KERNEL void qal_mont_mul_8_bmi2adx(qald *r, const qald *a, const qald *b, const qald *p,
                                        qald c);
+QAL_KERNEL void qal_mont_sqr_4_bmi2adx(qald *r, const qald *a, const qald *p, qald c);
 QAL_KERNEL void qal_mont_sqr_8_bmi2adx(qald *r, const qald *a, const qald *p, qald c);
 }
 

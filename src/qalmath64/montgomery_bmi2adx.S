@@ -126,31 +126,8 @@ QAL_END(qal_mont_sqr_8_bmi2adx)
     movq    %rax, \x0
 .endm
 
-/* void qal_mont_mul_4_bmi2adx(qald *r, const qald *a, const qald *b, const qald *p, qald c)
- *
- * rcx b, rbp p; the upper half of the product in A0 to A3, the lower in A4 to A7. */
-QAL_KERNEL(qal_mont_mul_4_bmi2adx)
-    SAVE_REGISTERS
-    QAL_FRAME(8)
-    movq    %r8, (%rsp)
-    movq    %rcx, %rbp
-    movq    %rdx, %rcx
-    movq    (%rcx), %rdx
-    mulx    (%rsi), A4, A0
-    mulx    8(%rsi), %rax, A1
-    mulx    16(%rsi), %rbx, A2
-    addq    %rax, A0
-    mulx    24(%rsi), %rax, A3
-    adcq    %rbx, A1
-    adcq    %rax, A2
-    adcq    $0, A3
-    movq    8(%rcx), %rdx
-    ROW_4   A0, A1, A2, A3, %rsi, A5
-    movq    16(%rcx), %rdx
-    ROW_4   A0, A1, A2, A3, %rsi, A6
-    movq    24(%rcx), %rdx
-    ROW_4   A0, A1, A2, A3, %rsi, A7
-    movq    (%rsp), %rcx
+/* Reduces A4 to A7 by the modulus at rbp, adds A0 to A3 and stores the result at rdi: rcx c. */
+.macro REDUCE_4
     .rept   4
     movq    A4, %rdx
     imulq   %rcx, %rdx
@@ -179,7 +156,45 @@ QAL_KERNEL(qal_mont_mul_4_bmi2adx)
     movq    A5, 8(%rdi)
     movq    A6, 16(%rdi)
     movq    A7, 24(%rdi)
+.endm
+
+/* void qal_mont_mul_4_bmi2adx(qald *r, const qald *a, const qald *b, const qald *p, qald c)
+ *
+ * rcx b, rbp p; the upper half of the product in A0 to A3, the lower in A4 to A7. */
+QAL_KERNEL(qal_mont_mul_4_bmi2adx)
+    SAVE_REGISTERS
+    QAL_FRAME(8)
+    movq    %r8, (%rsp)
+    movq    %rcx, %rbp
+    movq    %rdx, %rcx
+    movq    (%rcx), %rdx
+    mulx    (%rsi), A4, A0
+    mulx    8(%rsi), %rax, A1
+    mulx    16(%rsi), %rbx, A2
+    addq    %rax, A0
+    mulx    24(%rsi), %rax, A3
+    adcq    %rbx, A1
+    adcq    %rax, A2
+    adcq    $0, A3
+    movq    8(%rcx), %rdx
+    ROW_4   A0, A1, A2, A3, %rsi, A5
+    movq    16(%rcx), %rdx
+    ROW_4   A0, A1, A2, A3, %rsi, A6
+    movq    24(%rcx), %rdx
+    ROW_4   A0, A1, A2, A3, %rsi, A7
+    movq    (%rsp), %rcx
+    REDUCE_4
     QAL_UNFRAME(8)
     RESTORE_REGISTERS
     ret
 QAL_END(qal_mont_mul_4_bmi2adx)
+
+/* void qal_mont_sqr_4_bmi2adx(qald *r, const qald *a, const qald *p, qald c) */
+QAL_KERNEL(qal_mont_sqr_4_bmi2adx)
+    SAVE_REGISTERS
+    movq    %rdx, %rbp
+    SQUARE_4 %rsi, A4, A5, A6, A7, A0, A1, A2, A3
+    REDUCE_4
+    RESTORE_REGISTERS
+    ret
+QAL_END(qal_mont_sqr_4_bmi2adx)

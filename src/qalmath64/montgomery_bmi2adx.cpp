@@ -13,7 +13,7 @@ void qal_mont_mul_bmi2adx(qald *r, const qald *a, const qald *b, const qald *p, 
 void qal_mont_sqr_bmi2adx(qald *r, const qald *a, const qald *p, size_t n, qald c)
 {
     if (n == 4)
-        qal_mont_mul_4_bmi2adx(r, a, a, p, c);
+        qal_mont_sqr_4_bmi2adx(r, a, p, c);
     else if (n == 8)
         qal_mont_sqr_8_bmi2adx(r, a, p, c);
     else

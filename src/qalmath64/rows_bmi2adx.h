@@ -248,4 +248,51 @@
     movq    %r9, 16 * \i + 8(%rdi)
 .endm
 
+/* d0 to d7 = the square of the four digits at `a`, by registers alone: the products of different
+ * digits, which are then doubled along one chain of carries while the squares are added along the
+ * other. rax, rbx and rdx are lost. */
+.macro SQUARE_4 a, d0, d1, d2, d3, d4, d5, d6, d7
+    movq    (\a), %rdx
+    mulx    8(\a), \d1, \d2
+    mulx    16(\a), %rax, \d3
+    addq    %rax, \d2
+    mulx    24(\a), %rax, \d4
+    adcq    %rax, \d3
+    movq    8(\a), %rdx
+    mulx    24(\a), %rax, \d5
+    adcq    %rax, \d4
+    adcq    $0, \d5
+    mulx    16(\a), %rax, %rbx
+    addq    %rax, \d3
+    adcq    %rbx, \d4
+    movq    16(\a), %rdx
+    mulx    24(\a), %rax, \d6
+    adcq    %rax, \d5
+    adcq    $0, \d6
+    xorl    %eax, %eax
+    movq    (\a), %rdx
+    mulx    %rdx, \d0, %rax
+    adcx    \d1, \d1
+    adox    %rax, \d1
+    movq    8(\a), %rdx
+    mulx    %rdx, %rax, %rbx
+    adcx    \d2, \d2
+    adox    %rax, \d2
+    adcx    \d3, \d3
+    adox    %rbx, \d3
+    movq    16(\a), %rdx
+    mulx    %rdx, %rax, %rbx
+    adcx    \d4, \d4
+    adox    %rax, \d4
+    adcx    \d5, \d5
+    adox    %rbx, \d5
+    movq    24(\a), %rdx
+    mulx    %rdx, %rax, \d7
+    adcx    \d6, \d6
+    adox    %rax, \d6
+    movl    $0, %ebx
+    adcx    %rbx, \d7
+    adox    %rbx, \d7
+.endm
+
 #endif

@@ -37,7 +37,7 @@ QAL_SECRET_POWERS(power_secret_pair, const SecretPower &first, const SecretPower
 constexpr unsigned widest_secret_window = 5;
 constexpr unsigned secret_window(size_t bits)
 {
-    return bits <= 8 ? 1 : bits <= 24 ? 2 : bits <= 80 ? 3 : bits <= 240 ? 4 : widest_secret_window;
+    return bits <= 8 ? 1 : bits <= 24 ? 2 : bits <= 80 ? 3 : bits <= 256 ? 4 : widest_secret_window;
 }
 
 // Bits i to i + w - 1 of an exponent of `bits` bits; i is not secret.

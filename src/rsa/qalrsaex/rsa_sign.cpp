@@ -158,10 +158,13 @@ int rsa_sign(uint8_t *out, const uint8_t *m, int32_t mlen, const uint8_t *key)
         return bad_argument;
 
     operation.read_message(m, static_cast<uint32_t>(mlen));
-    if (operation.is_regular())
-        operation.run_regular();
-    else
-        operation.run_irregular();
+    // Exponentiations wipe what is theirs; the products around them leave their factors.
+    qal::base::run_on_wiped_stack<8192>([&] {
+        if (operation.is_regular())
+            operation.run_regular();
+        else
+            operation.run_irregular();
+    });
     write_digits(out, size, operation.s + 1);
     return success;
 }
