@@ -2,9 +2,9 @@
 #include "arguments.hpp"
 #include "checklist.hpp"
 #include "commands.hpp"
-#include "domains.hpp"
 #include "errors.hpp"
 #include "files.hpp"
+#include "gost_domains.hpp"
 #include "gost_keys.hpp"
 #include "hash.hpp"
 #include "progress.hpp"
@@ -98,10 +98,10 @@ void write_secret_line(const std::string &name, const Secret &secret)
 }
 
 // What the command line and the keys say together.
-KeyUse common_use(const Options &options, std::initializer_list<const KeyUse *> keys)
+GostKeyUse common_use(const Options &options, std::initializer_list<const GostKeyUse *> keys)
 {
-    KeyUse use{options.domain, options.hash};
-    for (const KeyUse *key : keys) {
+    GostKeyUse use{options.domain, options.hash};
+    for (const GostKeyUse *key : keys) {
         if (!key->domain.empty() && !options.domain_file.empty())
             throw std::runtime_error("the key is for " + key->domain + ", not for parameters of " +
                                      "a file");
@@ -121,7 +121,7 @@ KeyUse common_use(const Options &options, std::initializer_list<const KeyUse *> 
     return use;
 }
 
-Domain domain_of(const Options &options, const KeyUse &use)
+GostDomain domain_of(const Options &options, const GostKeyUse &use)
 {
     return options.domain_file.empty() ? named_domain(use.domain)
                                        : domain_from_file(options.domain_file);
@@ -133,12 +133,12 @@ void require_named_domain(const Options &options)
         throw CLI::ValidationError("--pem needs a named curve");
 }
 
-PrivateKey read_private_key(const Options &options)
+GostPrivateKey read_private_key(const Options &options)
 {
     return parse_private_key(options.key->read_text().text(), options.key->name());
 }
 
-PublicKey read_public_key(const Options &options)
+GostPublicKey read_public_key(const Options &options)
 {
     return parse_public_key(read_small_file(options.public_key_file), options.public_key_file);
 }
@@ -166,8 +166,8 @@ Bytes digest_of(const std::string &name, const std::string &hash)
 void generate(const Options &options)
 {
     require_named_domain(options);
-    const KeyUse use = common_use(options, {});
-    const Domain domain = domain_of(options, use);
+    const GostKeyUse use = common_use(options, {});
+    const GostDomain domain = domain_of(options, use);
     with_random_secret([&](const Secret &d) {
         Bytes pubkey(public_key_size);
         if (rds_gen_keys(&domain.ctx, d.data(), pubkey.data()) != 0)
@@ -183,9 +183,9 @@ void generate(const Options &options)
 void derive_public_key(const Options &options)
 {
     require_named_domain(options);
-    const PrivateKey key = read_private_key(options);
-    const KeyUse use = common_use(options, {&key.use});
-    const Domain domain = domain_of(options, use);
+    const GostPrivateKey key = read_private_key(options);
+    const GostKeyUse use = common_use(options, {&key.use});
+    const GostDomain domain = domain_of(options, use);
     Bytes pubkey(public_key_size);
     if (rds_gen_keys(&domain.ctx, key.value.data(), pubkey.data()) != 0)
         throw std::runtime_error(options.key->name() + ": out of range for this curve");
@@ -194,9 +194,9 @@ void derive_public_key(const Options &options)
 
 void sign(const Options &options, const std::string &name)
 {
-    const PrivateKey key = read_private_key(options);
-    const KeyUse use = common_use(options, {&key.use});
-    const Domain domain = domain_of(options, use);
+    const GostPrivateKey key = read_private_key(options);
+    const GostKeyUse use = common_use(options, {&key.use});
+    const GostDomain domain = domain_of(options, use);
     const Bytes digest = digest_of(name, use.hash);
     Bytes signature(signature_size);
     with_random_secret([&](const Secret &k) {
@@ -211,9 +211,9 @@ void sign(const Options &options, const std::string &name)
 
 bool verify(const Options &options, const std::string &name)
 {
-    const PublicKey key = read_public_key(options);
-    const KeyUse use = common_use(options, {&key.use});
-    const Domain domain = domain_of(options, use);
+    const GostPublicKey key = read_public_key(options);
+    const GostKeyUse use = common_use(options, {&key.use});
+    const GostDomain domain = domain_of(options, use);
     const std::string signature = read_small_file(options.signature_file);
     if (signature.size() != signature_size)
         throw std::runtime_error(options.signature_file + ": not " +
@@ -233,9 +233,9 @@ void agree(const Options &options)
     if (!ukm || ukm->size() != ukm_size)
         throw CLI::ValidationError("--ukm: not " + std::to_string(2 * ukm_size) +
                                    " hexadecimal digits");
-    const PrivateKey key = read_private_key(options);
-    const PublicKey peer = read_public_key(options);
-    const Domain domain = domain_of(options, common_use(options, {&key.use, &peer.use}));
+    const GostPrivateKey key = read_private_key(options);
+    const GostPublicKey peer = read_public_key(options);
+    const GostDomain domain = domain_of(options, common_use(options, {&key.use, &peer.use}));
     Secret kek(kek_size);
     switch (vko341001_gen_kek(&domain.ctx, kek.data(), key.value.data(), peer.value.data(),
                               ukm->data())) {

@@ -1,6 +1,8 @@
 #include "gost_keys.hpp"
 
-#include "domains.hpp"
+#include "pem.hpp"
+
+#include "gost_domains.hpp"
 
 #include <libtasn1.h>
 
@@ -26,73 +28,14 @@ constexpr Kind kinds[] = {
     {"streebog-256", "1.2.643.7.1.1.1.1", "1.2.643.7.1.1.2.2"},
 };
 
-constexpr std::string_view base64_digits =
-    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 constexpr char private_label[] = "PRIVATE KEY", public_label[] = "PUBLIC KEY";
 
-std::string boundary(const char *word, const char *label)
+Secret pem_contents(std::string_view text, const char *label, const std::string &name)
 {
-    return std::string("-----") + word + " " + label + "-----";
-}
-
-bool is_pem(std::string_view text)
-{
-    return text.find("-----BEGIN ") != std::string_view::npos;
-}
-
-Secret to_pem(const char *label, std::span<const uint8_t> der)
-{
-    const std::string begin = boundary("BEGIN", label) + "\n", end = boundary("END", label) + "\n";
-    const size_t digits = (der.size() + 2) / 3 * 4, lines = (digits + 63) / 64;
-    Secret text(begin.size() + digits + lines + end.size());
-    uint8_t *out = std::copy(begin.begin(), begin.end(), text.data());
-    for (size_t i = 0, column = 0; i < der.size(); i += 3) {
-        uint32_t bits = 0;
-        const size_t count = std::min<size_t>(3, der.size() - i);
-        for (size_t j = 0; j < 3; j++)
-            bits = bits << 8 | (j < count ? der[i + j] : 0U);
-        for (size_t j = 0; j < 4; j++)
-            *out++ =
-                static_cast<uint8_t>(j <= count ? base64_digits[bits >> (18 - 6 * j) & 63] : '=');
-        column += 4;
-        if (column == 64 || i + 3 >= der.size()) {
-            *out++ = '\n';
-            column = 0;
-        }
-    }
-    std::copy(end.begin(), end.end(), out);
-    return text;
-}
-
-Secret from_pem(std::string_view text, const char *label, const std::string &name)
-{
-    const std::string begin = boundary("BEGIN", label), end = boundary("END", label);
-    const size_t from = text.find(begin);
-    if (from == std::string_view::npos)
-        throw std::runtime_error(name + ": no " + label + " in PEM");
-    const size_t to = text.find(end, from);
-    if (to == std::string_view::npos)
-        throw std::runtime_error(name + ": the PEM has no end");
-    const std::string_view body = text.substr(from + begin.size(), to - from - begin.size());
-
-    Secret bytes(body.size());
-    size_t size = 0, digits = 0, padding = 0;
-    uint32_t bits = 0;
-    for (const char c : body) {
-        if (c == '\n' || c == '\r' || c == ' ' || c == '\t')
-            continue;
-        const size_t value = c == '=' ? 0 : base64_digits.find(c);
-        if (value == std::string_view::npos || (padding > 0 && c != '='))
-            throw std::runtime_error(name + ": malformed PEM");
-        padding += c == '=';
-        bits = bits << 6 | static_cast<uint32_t>(value);
-        if (++digits % 4 == 0)
-            for (int shift = 16; shift >= 0; shift -= 8)
-                bytes.data()[size++] = static_cast<uint8_t>(bits >> shift);
-    }
-    if (digits % 4 != 0 || padding > 2 || size == 0)
-        throw std::runtime_error(name + ": malformed PEM");
-    return Secret(std::span<const uint8_t>(bytes.data(), size - padding));
+    auto der = from_pem(text, label);
+    if (!der)
+        throw std::runtime_error(name + ": not a well-formed " + label + " in PEM");
+    return std::move(*der);
 }
 
 void require(int result, const std::string &name)
@@ -174,7 +117,7 @@ private:
     asn1_node definitions_ = nullptr, node_ = nullptr;
 };
 
-KeyUse read_use(const Element &element, const std::string &name)
+GostKeyUse read_use(const Element &element, const std::string &name)
 {
     const std::string algorithm = element.identifier("algorithm.algorithm"),
                       set = element.identifier("algorithm.parameters.publicKeyParamSet");
@@ -182,13 +125,13 @@ KeyUse read_use(const Element &element, const std::string &name)
                                    [&](const Kind &k) { return k.algorithm == algorithm; });
     if (kind == std::end(kinds))
         throw std::runtime_error(name + ": not a GOST key of 256 bits");
-    KeyUse use{domain_of_identifier(set), kind->hash};
+    GostKeyUse use{domain_of_identifier(set), kind->hash};
     if (use.domain.empty())
         throw std::runtime_error(name + ": unknown parameter set " + set);
     return use;
 }
 
-void write_use(Element &element, const KeyUse &use)
+void write_use(Element &element, const GostKeyUse &use)
 {
     const Kind &kind = *std::find_if(std::begin(kinds), std::end(kinds),
                                      [&](const Kind &k) { return k.hash == use.hash; });
@@ -206,13 +149,13 @@ bool is_octet_string(std::span<const uint8_t> der, size_t size)
 
 } // namespace
 
-PrivateKey parse_private_key(std::string_view text, const std::string &name)
+GostPrivateKey parse_private_key(std::string_view text, const std::string &name)
 {
-    if (!is_pem(text))
+    if (!pem_label(text))
         return {secret_from_hex(text, private_key_size, name), {}};
     Element info("GOST.PrivateKeyInfo", name);
-    info.decode(from_pem(text, private_label, name));
-    KeyUse use = read_use(info, name);
+    info.decode(pem_contents(text, private_label, name));
+    GostKeyUse use = read_use(info, name);
     const Secret contents = info.read("privateKey", 1);
     std::span<const uint8_t> value = contents;
     // Some wrap the value once more.
@@ -221,12 +164,12 @@ PrivateKey parse_private_key(std::string_view text, const std::string &name)
     if (value.size() != private_key_size)
         throw std::runtime_error(name + ": the key is not of " + std::to_string(private_key_size) +
                                  " bytes");
-    PrivateKey key{Secret(value), std::move(use)};
+    GostPrivateKey key{Secret(value), std::move(use)};
     std::reverse(key.value.data(), key.value.data() + private_key_size);
     return key;
 }
 
-Secret private_key_pem(const Secret &value, const KeyUse &use)
+Secret private_key_pem(const Secret &value, const GostKeyUse &use)
 {
     Secret contents{std::span<const uint8_t>(value)};
     std::reverse(contents.data(), contents.data() + contents.size());
@@ -235,19 +178,19 @@ Secret private_key_pem(const Secret &value, const KeyUse &use)
     write_use(info, use);
     info.write("privateKey", contents, 1);
     info.leave_out("attributes");
-    return to_pem(private_label, info.encode());
+    return to_pem(info.encode(), private_label);
 }
 
-PublicKey parse_public_key(std::string_view text, const std::string &name)
+GostPublicKey parse_public_key(std::string_view text, const std::string &name)
 {
-    PublicKey key{Bytes(public_key_size), {}};
-    if (!is_pem(text)) {
+    GostPublicKey key{Bytes(public_key_size), {}};
+    if (!pem_label(text)) {
         const Secret value = secret_from_hex(text, public_key_size, name);
         std::copy(value.data(), value.data() + public_key_size, key.value.begin());
         return key;
     }
     Element info("GOST.SubjectPublicKeyInfo", name);
-    info.decode(from_pem(text, public_label, name));
+    info.decode(pem_contents(text, public_label, name));
     key.use = read_use(info, name);
     const Secret contents = info.read("subjectPublicKey", 8);
     if (!is_octet_string(contents, public_key_size))
@@ -259,7 +202,7 @@ PublicKey parse_public_key(std::string_view text, const std::string &name)
     return key;
 }
 
-std::string public_key_pem(const Bytes &value, const KeyUse &use)
+std::string public_key_pem(const Bytes &value, const GostKeyUse &use)
 {
     Bytes contents{0x04, public_key_size};
     contents.insert(contents.end(), value.rend() - 32, value.rend());
@@ -267,7 +210,7 @@ std::string public_key_pem(const Bytes &value, const KeyUse &use)
     Element info("GOST.SubjectPublicKeyInfo", "public key");
     write_use(info, use);
     info.write("subjectPublicKey", contents, 8);
-    return std::string(to_pem(public_label, info.encode()).text());
+    return std::string(to_pem(info.encode(), public_label).text());
 }
 
 } // namespace qal::tool

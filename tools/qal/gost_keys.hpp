@@ -9,30 +9,30 @@
 namespace qal::tool {
 
 // What PEM tells about a key besides its value; both are empty in hexadecimal.
-struct KeyUse {
+struct GostKeyUse {
     std::string domain; // name of a parameter set
     std::string hash;   // name of the hash function whose digests the key signs
 };
 
 // Values are those of the library: most significant byte first, x before y.
-struct PrivateKey {
+struct GostPrivateKey {
     Secret value;
-    KeyUse use;
+    GostKeyUse use;
 };
 
-struct PublicKey {
+struct GostPublicKey {
     Bytes value;
-    KeyUse use;
+    GostKeyUse use;
 };
 
 constexpr size_t private_key_size = 32, public_key_size = 64, signature_size = 64;
 
 // In either form; name is the source in messages. Throw std::runtime_error with a reason.
-PrivateKey parse_private_key(std::string_view text, const std::string &name);
-PublicKey parse_public_key(std::string_view text, const std::string &name);
+GostPrivateKey parse_private_key(std::string_view text, const std::string &name);
+GostPublicKey parse_public_key(std::string_view text, const std::string &name);
 
 // PEM: PrivateKeyInfo (PKCS#8) and SubjectPublicKeyInfo.
-Secret private_key_pem(const Secret &value, const KeyUse &use);
-std::string public_key_pem(const Bytes &value, const KeyUse &use);
+Secret private_key_pem(const Secret &value, const GostKeyUse &use);
+std::string public_key_pem(const Bytes &value, const GostKeyUse &use);
 
 } // namespace qal::tool

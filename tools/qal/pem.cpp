@@ -1,12 +1,8 @@
 #include "pem.hpp"
 
-#include <libtasn1.h>
+#include "writer.hpp"
 
-#include <algorithm>
-#include <array>
 #include <cstring>
-#include <span>
-#include <stdexcept>
 
 namespace qal::tool {
 
@@ -14,25 +10,6 @@ namespace {
 
 constexpr size_t line_length = 64;
 constexpr char alphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-
-// Bytes that are written one after the other into room that was made before, since a vector that
-// grows leaves what it held behind.
-class Writer {
-public:
-    explicit Writer(Secret &to) : to_(to) {}
-
-    template<typename Byte>
-    void put(const Byte *data, size_t size)
-    {
-        std::copy(data, data + size, to_.data() + size_);
-        size_ += size;
-    }
-    void put(std::string_view text) { put(text.data(), text.size()); }
-
-private:
-    Secret &to_;
-    size_t size_ = 0;
-};
 
 int base64_value(char c)
 {
@@ -81,95 +58,6 @@ std::optional<Secret> from_base64(std::string_view text)
     return bytes;
 }
 
-// Tag and length of a value.
-struct Head {
-    std::array<uint8_t, ASN1_MAX_TL_SIZE> bytes{};
-    unsigned size = ASN1_MAX_TL_SIZE;
-};
-
-// The head of a number, with the zero byte that keeps one with its highest bit set from being
-// negative, or that is zero.
-Head integer_head(const Secret &number)
-{
-    const bool with_zero = number.size() == 0 || number.data()[0] >= 0x80;
-    Head head;
-    // Only the length counts, but there must be a pointer.
-    if (asn1_encode_simple_der(ASN1_ETYPE_INTEGER, head.bytes.data(),
-                               static_cast<unsigned>(number.size() + with_zero), head.bytes.data(),
-                               &head.size) != ASN1_SUCCESS)
-        throw std::runtime_error("a number does not fit into DER");
-    if (with_zero)
-        head.bytes[head.size++] = 0;
-    return head;
-}
-
-Head sequence_head(size_t size)
-{
-    Head head;
-    head.bytes[0] = ASN1_TAG_SEQUENCE | ASN1_CLASS_STRUCTURED;
-    int length = 0;
-    asn1_length_der(size, head.bytes.data() + 1, &length);
-    head.size = static_cast<unsigned>(length + 1);
-    return head;
-}
-
-Secret to_der(const std::vector<Secret> &numbers)
-{
-    size_t size = 0;
-    for (const Secret &number : numbers)
-        size += integer_head(number).size + number.size();
-    const Head head = sequence_head(size);
-    Secret der(head.size + size);
-    Writer writer(der);
-    writer.put(head.bytes.data(), head.size);
-    for (const Secret &number : numbers) {
-        const Head integer = integer_head(number);
-        writer.put(integer.bytes.data(), integer.size);
-        writer.put(number.data(), number.size());
-    }
-    return der;
-}
-
-// A value of the given class and tag at the beginning of some bytes, with nothing of it missing.
-std::optional<std::span<const uint8_t>> contents(std::span<const uint8_t> der, unsigned char type,
-                                                 unsigned long tag)
-{
-    unsigned char found_type;
-    unsigned long found_tag;
-    int tag_size, length_size;
-    const auto size = static_cast<int>(der.size());
-    if (asn1_get_tag_der(der.data(), size, &found_type, &tag_size, &found_tag) != ASN1_SUCCESS ||
-        found_type != type || found_tag != tag || tag_size >= size)
-        return std::nullopt;
-    const auto rest = der.subspan(static_cast<size_t>(tag_size));
-    const long length =
-        asn1_get_length_der(rest.data(), static_cast<int>(rest.size()), &length_size);
-    if (length < 0 || length > size - tag_size - length_size)
-        return std::nullopt;
-    return rest.subspan(static_cast<size_t>(length_size), static_cast<size_t>(length));
-}
-
-std::optional<std::vector<Secret>> from_der(const Secret &der)
-{
-    const auto sequence =
-        contents({der.data(), der.size()}, ASN1_CLASS_STRUCTURED, ASN1_TAG_SEQUENCE);
-    const uint8_t *const end = der.data() + der.size();
-    if (!sequence || sequence->data() + sequence->size() != end)
-        return std::nullopt;
-    std::vector<Secret> numbers;
-    for (auto rest = *sequence; !rest.empty();) {
-        const auto integer = contents(rest, ASN1_CLASS_UNIVERSAL, ASN1_TAG_INTEGER);
-        if (!integer || integer->empty() || integer->front() >= 0x80)
-            return std::nullopt;
-        const auto value =
-            std::find_if(integer->begin(), integer->end(), [](uint8_t byte) { return byte != 0; });
-        std::copy(value, integer->end(),
-                  numbers.emplace_back(static_cast<size_t>(integer->end() - value)).data());
-        rest = {integer->data() + integer->size(), end};
-    }
-    return numbers;
-}
-
 } // namespace
 
 std::optional<std::string> pem_label(std::string_view text)
@@ -185,7 +73,7 @@ std::optional<std::string> pem_label(std::string_view text)
     return std::string(text.substr(0, length));
 }
 
-std::optional<std::vector<Secret>> from_pem(std::string_view text, const std::string &label)
+std::optional<Secret> from_pem(std::string_view text, const std::string &label)
 {
     const std::string begin = boundary("BEGIN", label), end = boundary("END", label);
     const size_t from = text.find(begin);
@@ -197,13 +85,11 @@ std::optional<std::vector<Secret>> from_pem(std::string_view text, const std::st
     for (const char c : text.substr(to + end.size()))
         if (!is_blank(c))
             return std::nullopt;
-    const auto der = from_base64(text.substr(from + begin.size(), to - from - begin.size()));
-    return der ? from_der(*der) : std::nullopt;
+    return from_base64(text.substr(from + begin.size(), to - from - begin.size()));
 }
 
-Secret to_pem(const std::vector<Secret> &numbers, const std::string &label)
+Secret to_pem(std::span<const uint8_t> der, const std::string &label)
 {
-    const Secret der = to_der(numbers);
     const std::string begin = boundary("BEGIN", label), end = boundary("END", label);
     const size_t characters = (der.size() + 2) / 3 * 4;
     const size_t lines = (characters + line_length - 1) / line_length;
@@ -215,7 +101,7 @@ Secret to_pem(const std::vector<Secret> &numbers, const std::string &label)
             writer.put("\n");
         uint32_t bits = 0;
         for (size_t j = 0; j < 3; j++)
-            bits = bits << 8 | (i + j < der.size() ? der.data()[i + j] : 0u);
+            bits = bits << 8 | (i + j < der.size() ? der[i + j] : 0u);
         char four[4];
         for (size_t j = 0; j < 4; j++)
             four[j] = i + j > der.size() ? '=' : alphabet[bits >> (18 - 6 * j) & 63];

@@ -1,22 +1,22 @@
-// Numbers in DER in PEM: a SEQUENCE of INTEGERs (ITU-T X.690) as text (RFC 7468).
+// Structures in DER as text: PEM (RFC 7468).
 #pragma once
 
 #include "secrets.hpp"
 
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace qal::tool {
 
-// The label of the first block of PEM in a text, such as "RSA PRIVATE KEY".
+// The label of the first block in a text, such as "RSA PRIVATE KEY".
 std::optional<std::string> pem_label(std::string_view text);
 
-// The numbers in the only block of a text, big-endian without leading zeros; nothing unless it is a
-// sequence of numbers that are not negative, with nothing behind it.
-std::optional<std::vector<Secret>> from_pem(std::string_view text, const std::string &label);
+// What is in the block of a text that has this label; nothing unless there is one, well-formed,
+// with nothing behind it.
+std::optional<Secret> from_pem(std::string_view text, const std::string &label);
 
-Secret to_pem(const std::vector<Secret> &numbers, const std::string &label);
+Secret to_pem(std::span<const uint8_t> der, const std::string &label);
 
 } // namespace qal::tool

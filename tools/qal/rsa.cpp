@@ -38,7 +38,7 @@ constexpr char statuses[] =
 
 // What is to be signed or encrypted, verified or decrypted: bytes that are as many as the modulus
 // has, and a number below it.
-Secret read_number(const std::string &name, const PublicKey &key)
+Secret read_number(const std::string &name, const RsaPublicKey &key)
 {
     const size_t size = key.modulus_size();
     Secret number(size);
@@ -68,7 +68,7 @@ void write_number(const std::string &name, const Secret &number, Access access)
 
 void use_private_key(const Options &options, Access access)
 {
-    const PrivateKey key(options.key, options.pem);
+    const RsaPrivateKey key(options.key, options.pem);
     const Secret bytes = key.bytes(), m = read_number(options.input, key.public_key());
     Secret result(m.size());
     if (rsa_sign(result.data(), m.data(), static_cast<int32_t>(m.size()), bytes.data()) != 0)
@@ -78,7 +78,7 @@ void use_private_key(const Options &options, Access access)
 
 void encrypt(const Options &options)
 {
-    const PublicKey key(options.key, options.pem);
+    const RsaPublicKey key(options.key, options.pem);
     const Secret m = read_number(options.input, key);
     Secret result(m.size());
     if (rsa_encrypt(result.data(), m.data(), static_cast<uint32_t>(m.size()), key.bytes()) != 0)
@@ -88,7 +88,7 @@ void encrypt(const Options &options)
 
 bool verify(const Options &options)
 {
-    const PublicKey key(options.key, options.pem);
+    const RsaPublicKey key(options.key, options.pem);
     const Secret m = read_number(options.input, key);
     bool good = false;
     // A signature of another length, or one that is not below the modulus, is none.
@@ -177,7 +177,7 @@ void add_rsa(CLI::App &app, int &status)
             add_output(command, options);
         },
         [](const Options &options) {
-            PrivateKey(options.bits).write(options.output, options.format());
+            RsaPrivateKey(options.bits).write(options.output, options.format());
             return true;
         });
     commands.add(
@@ -188,7 +188,7 @@ void add_rsa(CLI::App &app, int &status)
             add_output(command, options);
         },
         [](const Options &options) {
-            PrivateKey(options.key).public_key().write(options.output, options.format());
+            RsaPrivateKey(options.key).public_key().write(options.output, options.format());
             return true;
         });
     const std::string about_numbers = warning + std::string(key_files);

@@ -1,5 +1,6 @@
 #include "rsa_keys.hpp"
 
+#include "der_numbers.hpp"
 #include "errors.hpp"
 #include "files.hpp"
 #include "pem.hpp"
@@ -89,7 +90,8 @@ std::vector<Secret> read_numbers(const std::string &name, const char *label, siz
     if (const auto found = pem_label(text_of(contents))) {
         if (*found != label)
             throw std::runtime_error(name + ": PEM of a " + *found + ", not of an " + label);
-        auto numbers = from_pem(text_of(contents), label);
+        const auto der = from_pem(text_of(contents), label);
+        auto numbers = der ? from_der(*der) : std::nullopt;
         if (!numbers)
             throw std::runtime_error(name + ": not a well-formed " + std::string(label));
         return std::move(*numbers);
@@ -122,13 +124,13 @@ bool set(qald *x, const Secret &number, size_t most)
 
 } // namespace
 
-PublicKey::PublicKey(const rsa_keygen_ctx &key) : bytes_(key.bits / 8 + 7)
+RsaPublicKey::RsaPublicKey(const rsa_keygen_ctx &key) : bytes_(key.bits / 8 + 7)
 {
     if (rsa_get_pubkey(&key, bytes_.data(), static_cast<uint32_t>(bytes_.size())) != 0)
         throw std::logic_error("rsa_get_pubkey failed");
 }
 
-PublicKey::PublicKey(const std::string &file, bool pem)
+RsaPublicKey::RsaPublicKey(const std::string &file, bool pem)
 {
     const std::vector<Secret> numbers = read_numbers(file, public_label, 2, pem);
     Number n, e;
@@ -145,17 +147,17 @@ PublicKey::PublicKey(const std::string &file, bool pem)
     bytes_.resize(size + save_rsa_key_prm(bytes_.data() + size, e.data()));
 }
 
-size_t PublicKey::modulus_size() const
+size_t RsaPublicKey::modulus_size() const
 {
     return static_cast<size_t>(bytes_[0]) << 8 | bytes_[1];
 }
 
-bool PublicKey::is_above(const uint8_t *message) const
+bool RsaPublicKey::is_above(const uint8_t *message) const
 {
     return memcmp(message, bytes_.data() + 2, modulus_size()) < 0;
 }
 
-void PublicKey::write(const std::string &file, KeyFormat format) const
+void RsaPublicKey::write(const std::string &file, KeyFormat format) const
 {
     if (format == KeyFormat::library) {
         write_file(file, Access::usual, bytes_.data(), bytes_.size());
@@ -167,11 +169,11 @@ void PublicKey::write(const std::string &file, KeyFormat format) const
         at += load_rsa_key_prm(x.data(), bytes_.data() + at);
         numbers.push_back(to_secret(x.data()));
     }
-    const Secret text = to_pem(numbers, public_label);
+    const Secret text = to_pem(to_der(numbers), public_label);
     write_file(file, Access::usual, text.data(), text.size());
 }
 
-PrivateKey::PrivateKey(uint32_t bits)
+RsaPrivateKey::RsaPrivateKey(uint32_t bits)
 {
     rsa_gen_rnd = generate;
     if (rsa_keygen_init(&key_, bits) != 0)
@@ -189,7 +191,7 @@ PrivateKey::PrivateKey(uint32_t bits)
         throw std::logic_error("rsa_keygen failed");
 }
 
-PrivateKey::PrivateKey(const std::string &file, bool pem)
+RsaPrivateKey::RsaPrivateKey(const std::string &file, bool pem)
 {
     const std::vector<Secret> numbers = read_numbers(file, private_label, 5, pem);
     Numbers<5> x;
@@ -220,7 +222,7 @@ PrivateKey::PrivateKey(const std::string &file, bool pem)
 }
 
 // Primes of one length, whose product has a permitted one.
-void PrivateKey::check(const std::string &file)
+void RsaPrivateKey::check(const std::string &file)
 {
     const uint64_t bits = qalbitlen(key_.p, 1);
     key_.bits = static_cast<uint32_t>(2 * bits);
@@ -235,12 +237,12 @@ void PrivateKey::check(const std::string &file)
         throw std::runtime_error(file + ": a prime of the key is even");
 }
 
-PrivateKey::~PrivateKey()
+RsaPrivateKey::~RsaPrivateKey()
 {
     explicit_bzero(&key_, sizeof key_);
 }
 
-Secret PrivateKey::bytes() const
+Secret RsaPrivateKey::bytes() const
 {
     Secret room(5 * (key_.bits / 16) + 10);
     if (rsa_get_privkey(&key_, room.data(), static_cast<uint32_t>(room.size())) != 0)
@@ -253,7 +255,7 @@ Secret PrivateKey::bytes() const
     return bytes;
 }
 
-void PrivateKey::write(const std::string &file, KeyFormat format) const
+void RsaPrivateKey::write(const std::string &file, KeyFormat format) const
 {
     if (format == KeyFormat::library) {
         const Secret contents = bytes();
@@ -279,7 +281,7 @@ void PrivateKey::write(const std::string &file, KeyFormat format) const
          {QALBIG_ZERO, static_cast<const qald *>(x[n]), static_cast<const qald *>(x[e]),
           static_cast<const qald *>(x[d]), key_.p, key_.q, key_.dP, key_.dQ, key_.qInv})
         numbers.push_back(to_secret(number));
-    const Secret text = to_pem(numbers, private_label);
+    const Secret text = to_pem(to_der(numbers), private_label);
     write_file(file, Access::owner, text.data(), text.size());
 }
 

@@ -13,11 +13,11 @@ namespace qal::tool {
 enum class KeyFormat { library, pem };
 
 // What rsa_encrypt() and rsa_verify() take.
-class PublicKey {
+class RsaPublicKey {
 public:
-    explicit PublicKey(const rsa_keygen_ctx &key);
+    explicit RsaPublicKey(const rsa_keygen_ctx &key);
     // In either format, or in PEM alone; throws std::runtime_error.
-    explicit PublicKey(const std::string &file, bool pem = false);
+    explicit RsaPublicKey(const std::string &file, bool pem = false);
 
     void write(const std::string &file, KeyFormat format) const;
 
@@ -31,20 +31,20 @@ private:
 };
 
 // What rsa_sign() and rsa_decrypt() take; erased when it goes.
-class PrivateKey {
+class RsaPrivateKey {
 public:
-    explicit PrivateKey(uint32_t bits); // a new one
+    explicit RsaPrivateKey(uint32_t bits); // a new one
     // In either format, or in PEM alone; throws std::runtime_error.
-    explicit PrivateKey(const std::string &file, bool pem = false);
-    PrivateKey(const PrivateKey &) = delete;
-    PrivateKey &operator=(const PrivateKey &) = delete;
-    ~PrivateKey();
+    explicit RsaPrivateKey(const std::string &file, bool pem = false);
+    RsaPrivateKey(const RsaPrivateKey &) = delete;
+    RsaPrivateKey &operator=(const RsaPrivateKey &) = delete;
+    ~RsaPrivateKey();
 
     // The file can be read by its owner alone.
     void write(const std::string &file, KeyFormat format) const;
 
     [[nodiscard]] Secret bytes() const;
-    [[nodiscard]] PublicKey public_key() const { return PublicKey(key_); }
+    [[nodiscard]] RsaPublicKey public_key() const { return RsaPublicKey(key_); }
 
 private:
     void check(const std::string &file);

@@ -1,4 +1,4 @@
-#include "domains.hpp"
+#include "gost_domains.hpp"
 
 #include "files.hpp"
 #include "hex.hpp"
@@ -72,9 +72,10 @@ std::optional<Bytes> number(std::string_view text)
     return aligned;
 }
 
-Domain make(const std::string &name, const std::array<Bytes, 6> &numbers, const std::string &source)
+GostDomain make(const std::string &name, const std::array<Bytes, 6> &numbers,
+                const std::string &source)
 {
-    Domain domain;
+    GostDomain domain;
     domain.name = name;
     switch (rds_init(&domain.ctx, numbers[0].data(), numbers[1].data(), numbers[2].data(),
                      numbers[3].data(), numbers[4].data(), numbers[5].data())) {
@@ -108,7 +109,7 @@ std::vector<std::string> domain_names()
     return names;
 }
 
-Domain named_domain(const std::string &name)
+GostDomain named_domain(const std::string &name)
 {
     const Set &set = *std::find_if(std::begin(sets), std::end(sets),
                                    [&](const Set &s) { return s.name == name; });
@@ -118,7 +119,7 @@ Domain named_domain(const std::string &name)
     return make(name, numbers, name);
 }
 
-Domain domain_from_file(const std::string &file)
+GostDomain domain_from_file(const std::string &file)
 {
     std::string text;
     Bytes buffer;

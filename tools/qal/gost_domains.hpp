@@ -1,4 +1,4 @@
-// Domain parameters of GOST R 34.10-2001.
+// GostDomain parameters of GOST R 34.10-2001.
 #pragma once
 
 #include <qal/rds.h>
@@ -8,7 +8,7 @@
 
 namespace qal::tool {
 
-struct Domain {
+struct GostDomain {
     std::string name; // empty for one from a file
     rds_ctx ctx;
 };
@@ -16,11 +16,11 @@ struct Domain {
 // The parameter sets of RFC 4357; the first is the default.
 std::vector<std::string> domain_names();
 
-Domain named_domain(const std::string &name);
+GostDomain named_domain(const std::string &name);
 
 // From a file with the lines p = HEX, a, b, q, x and y likewise, each once; comments begin with #.
 // Throws std::runtime_error with a reason.
-Domain domain_from_file(const std::string &file);
+GostDomain domain_from_file(const std::string &file);
 
 // The object identifier of a named set, and the name of an identifier; empty if there is none.
 std::string domain_identifier(const std::string &name);
