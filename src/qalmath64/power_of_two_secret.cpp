@@ -47,6 +47,7 @@ void shift_right_secret(qald *x, size_t n, unsigned bits)
 class Residue {
 public:
     Residue(const qald *divisor, size_t n)
+        // NOLINTNEXTLINE(clang-analyzer-core.CallAndMessage): n is at least one.
         : divisor_(divisor), n_(n), reciprocal_(reciprocal(divisor[n - 1]))
     {
     }

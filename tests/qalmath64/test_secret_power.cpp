@@ -71,7 +71,7 @@ mpz_class base(Random &random, const mpz_class &p, size_t n)
 
 mpz_class exponent(Random &random, size_t bits)
 {
-    const mpz_class e = random_number(random, bits / 64 + 1) % power_of_two(bits);
+    mpz_class e = random_number(random, bits / 64 + 1) % power_of_two(bits);
     switch (random.below(8)) {
     case 0:
         return 0;

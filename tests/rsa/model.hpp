@@ -166,7 +166,7 @@ struct ModelPool {
             mpz_fdiv_r_2exp(base.get_mpz_t(), base.get_mpz_t(), bits);
             if (base >= n)
                 base -= n;
-            if (base != 0 && base != 1)
+            if (base > 1)
                 return base;
         }
     }

@@ -184,9 +184,9 @@ TEST(KeyGeneration, OrderOfPrimes)
 {
     Random random;
     const InstalledGenerator installed(PoolGenerator(1));
-    std::vector<mpz_class> primes;
-    for (int i = 0; i < 3; i++)
-        primes.push_back(random_prime(random, 256));
+    std::vector<mpz_class> primes(3);
+    for (mpz_class &prime : primes)
+        prime = random_prime(random, 256);
     std::sort(primes.begin(), primes.end());
     do {
         rsa_keygen_ctx ctx;

@@ -133,9 +133,10 @@ void measure_gost(Random &random)
     });
 }
 
+Random *source;
+
 void measure_dstu(Random &random)
 {
-    static Random *source;
     source = &random;
     for (const char *name : {"m163", "m191", "m257", "m431"}) {
         dstu_ctx ctx;

@@ -205,6 +205,7 @@ void add_speed(CLI::App &app, int &status)
         const double ns = options->seconds * 1e9 / static_cast<double>(workloads.size());
         const double cycles = cycles_per_ns();
         std::vector<Figure> figures;
+        figures.reserve(workloads.size());
         for (const Workload &workload : workloads)
             figures.push_back({workload.name, workload.bytes, measured(workload, ns)});
         if (options->json) {
