@@ -281,7 +281,7 @@ TEST(RsaOperations, ExponentsAreReversed)
 TEST(RsaOperations, ModuliOfAllLengths)
 {
     Random random;
-    for (size_t bits = 490; bits <= 2056; bits += bits % 512 == 20 ? 470 : 1) {
+    for (size_t bits = 490; bits <= 2056; bits += bits % 512 == 20 ? 470U : 1U) {
         const size_t rounded = (bits + 7) / 8 * 8;
         mpz_class n = from_bytes(random.bytes(257));
         mpz_fdiv_r_2exp(n.get_mpz_t(), n.get_mpz_t(), bits);
