@@ -506,13 +506,10 @@ void reduce52_avx512(qald *r, const Block *x, size_t blocks, const qald *p, size
 
 using namespace qal::math;
 
-void qal_mont_mul_avx512(qald *r, const qald *a, const qald *b, const qald *p, size_t n, qald c)
+// Apart from the choice, which is to cost small numbers nothing.
+[[gnu::noinline]] static void multiply_wide(qald *r, const qald *a, const qald *b, const qald *p,
+                                            size_t n, qald c)
 {
-    // What factors not below p shall give depends on more than their product modulo p.
-    if (!gains(n) || (qal_sub_row(r, a, p, n) & qal_sub_row(r, b, p, n)) == 0) {
-        qal_mont_mul_bmi2adx(r, a, b, p, n, c);
-        return;
-    }
     // A factor is multiplied by R / 2^(64 n).
     const size_t blocks = blocks_for(n);
     Block x[most_blocks], y[most_blocks], modulus[most_blocks];
@@ -524,6 +521,15 @@ void qal_mont_mul_avx512(qald *r, const qald *a, const qald *b, const qald *p, s
     qald t[most_digits52 + 1];
     join(t, n + 1, x, blocks);
     subtract_once(r, t, t[n], p, n);
+}
+
+void qal_mont_mul_avx512(qald *r, const qald *a, const qald *b, const qald *p, size_t n, qald c)
+{
+    // What factors not below p shall give depends on more than their product modulo p.
+    if (!gains(n) || (qal_sub_row(r, a, p, n) & qal_sub_row(r, b, p, n)) == 0)
+        qal_mont_mul_bmi2adx(r, a, b, p, n, c);
+    else
+        multiply_wide(r, a, b, p, n, c);
 }
 
 void qal_mont_sqr_avx512(qald *r, const qald *a, const qald *p, size_t n, qald c)
