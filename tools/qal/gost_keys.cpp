@@ -1,8 +1,7 @@
 #include "gost_keys.hpp"
 
-#include "pem.hpp"
-
 #include "gost_domains.hpp"
+#include "pem.hpp"
 
 #include <libtasn1.h>
 
