@@ -11,11 +11,13 @@
 
 #include <immintrin.h>
 
-// For loops over blocks, where their number is a constant.
+// For loops over blocks, where their number is a constant. The build may define it as nothing.
+#ifndef QAL_UNROLL
 #ifdef __clang__
 #define QAL_UNROLL _Pragma("clang loop unroll(full)")
 #else
 #define QAL_UNROLL _Pragma("GCC unroll 16")
+#endif
 #endif
 
 namespace qal::math {
