@@ -32,7 +32,7 @@ inline size_t significant(const qald *x, size_t n)
     return n;
 }
 
-// x / 2^bits for bits from 0 to 63, in place.
+// x / 2^bits for bits from 0 to 63, in place; n is not 0.
 inline void shift_right(qald *x, size_t n, unsigned bits)
 {
     if (bits == 0)

@@ -27,7 +27,8 @@ struct Wide {
 
     void halve(unsigned bits)
     {
-        shift_right(digit, n, bits);
+        if (n > 0)
+            shift_right(digit, n, bits);
         clip();
     }
 
