@@ -171,7 +171,7 @@ QAL_API qald *qalshl(const qald *x, uint64_t s, qald *y);
  *
  * @param[in]  x  number.
  * @param[in]  s  bits, any number.
- * @param[out] y  room for the digits that are left; may be x.
+ * @param[out] y  room for s / 64 digits less than x has; may be x.
  * @return y.
  */
 QAL_API qald *qalshr(const qald *x, uint64_t s, qald *y);
