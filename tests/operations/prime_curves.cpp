@@ -123,8 +123,8 @@ void Operations::add_prime_curves()
             if (n == 8 && minus_three) {
                 auto *const old_curve = make<qaleccurve>();
                 *old_curve = *curve;
-                add("qaleccl", "", [=] { qaleccl(old_curve); }, {whole(old_curve)});
-                add("qalecpcl", "", [=] { qalecpcl(other); }, {whole(other)});
+                add("qaleccl", label, [=] { qaleccl(old_curve); }, {whole(old_curve)});
+                add("qalecpcl", label, [=] { qalecpcl(other); }, {whole(other)});
             }
         }
     }
