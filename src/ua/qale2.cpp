@@ -59,7 +59,7 @@ struct Element {
 };
 
 struct Point {
-    qale2point p;
+    qale2point p = {}; // whole records are copied
 
     explicit Point(const qale2curve *curve) { qale2pcr(curve, &p, nullptr, nullptr); }
     Point(const Point &) = delete;
@@ -497,7 +497,7 @@ int qale2kpic_step(qale2kpic_ctx *ctx, qale2point *out)
 qale2point *qale2kpic(const qale2curve *curve, qale2point *R, const qald *k,
                       const qale2affine *powers, int32_t ws)
 {
-    qale2kpic_ctx ctx;
+    qale2kpic_ctx ctx = {};
     qale2kpic_init(&ctx, curve, k, powers, ws);
     if (const Engine *engine = engine_of(curve)) {
         engine->multiply(&ctx);

@@ -41,6 +41,16 @@ void Operations::reset()
         std::copy(initial_[i].begin(), initial_[i].end(), memory_[i].begin());
 }
 
+bool Operations::holds_word_of(uint8_t byte) const
+{
+    const uint32_t word = byte * 0x01010101U;
+    return std::any_of(memory_.begin(), memory_.end(), [=](const std::vector<uint64_t> &part) {
+        return std::any_of(part.begin(), part.end(), [=](uint64_t both) {
+            return static_cast<uint32_t>(both) == word || both >> 32 == word;
+        });
+    });
+}
+
 uint8_t *Operations::bytes(size_t size)
 {
     auto *const result = make<uint8_t>(size);

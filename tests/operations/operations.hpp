@@ -42,6 +42,9 @@ public:
     // called.
     void reset();
 
+    // Whether four equal bytes are in it anywhere, on a boundary of four.
+    [[nodiscard]] bool holds_word_of(uint8_t byte) const;
+
 private:
     // n equal records, zeroed.
     template<class T>

@@ -127,6 +127,18 @@ TEST_F(Resources, StackIsAsDocumented)
     }
 }
 
+// What a caller has left on the stack stays there.
+TEST_F(Resources, NothingOfTheStackIsInResults)
+{
+    MarkedStack stack;
+    ASSERT_FALSE(operations.holds_word_of(MarkedStack::mark));
+    for (const Operation &operation : operations.all) {
+        stack.run(operation.call);
+        EXPECT_FALSE(operations.holds_word_of(MarkedStack::mark)) << title(operation);
+        operations.reset();
+    }
+}
+
 namespace {
 
 struct Job {

@@ -9,8 +9,6 @@ namespace qal::test {
 
 namespace {
 
-constexpr uint8_t mark = 0xc3;
-
 const std::function<void()> *running;
 
 void enter()

@@ -11,6 +11,7 @@ namespace qal::test {
 class MarkedStack {
 public:
     static constexpr size_t size = 1 << 20;
+    static constexpr uint8_t mark = 0xc3;
 
     MarkedStack();
     MarkedStack(const MarkedStack &) = delete;
