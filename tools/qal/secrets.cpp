@@ -2,6 +2,8 @@
 
 #include "errors.hpp"
 
+#include <CLI/CLI.hpp>
+
 #include <fcntl.h>
 #include <string.h>
 #include <unistd.h>

@@ -4,13 +4,16 @@
 
 #include "hex.hpp"
 
-#include <CLI/CLI.hpp>
-
 #include <cstdint>
 #include <optional>
 #include <span>
 #include <string>
 #include <string_view>
+
+namespace CLI {
+class App;
+class Option;
+} // namespace CLI
 
 namespace qal::tool {
 
