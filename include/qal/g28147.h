@@ -44,14 +44,16 @@ QAL_API extern const uint32_t CryptoPro_uz[1024];
 
 /** Simple replacement. */
 typedef struct {
-    uint32_t n1, n2;      /**< not used, zero */
+    uint32_t n1;          /**< not used, zero */
+    uint32_t n2;          /**< not used, zero */
     uint32_t rk[32];      /**< key words in the order of the rounds */
     const uint32_t *kext; /**< expanded table; not owned */
 } g28147_ecb_ctx;
 
 /** Message authentication code. */
 typedef struct {
-    uint32_t n1, n2;      /**< running value */
+    uint32_t n1;          /**< first word of the running value */
+    uint32_t n2;          /**< second word of it */
     uint32_t rk[32];      /**< key words in the order of the rounds; the first 16 count */
     const uint32_t *kext; /**< expanded table; not owned */
     uint8_t pending[8];   /**< data that does not fill a block yet */
@@ -61,7 +63,8 @@ typedef struct {
 
 /** Gamma mode. Plain data: a copy goes on from the same place. */
 typedef struct {
-    uint32_t n3, n4;      /**< counters */
+    uint32_t n3;          /**< first counter */
+    uint32_t n4;          /**< second counter */
     uint32_t rk[32];      /**< key words in the order of the rounds */
     const uint32_t *kext; /**< expanded table; not owned */
     uint8_t gamma[8];     /**< current block of gamma */
@@ -70,7 +73,8 @@ typedef struct {
 
 /** Gamma with feedback. */
 typedef struct {
-    uint32_t r1, r2;      /**< feedback register */
+    uint32_t r1;          /**< first word of the feedback register */
+    uint32_t r2;          /**< second word of it */
     uint32_t rk[32];      /**< key words in the order of the rounds */
     const uint32_t *kext; /**< expanded table; not owned */
     uint32_t direction;   /**< 1 encrypts, anything else decrypts */

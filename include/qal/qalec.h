@@ -31,12 +31,15 @@ extern "C" {
 
 /** A point. */
 typedef struct {
-    qalfe X, Y, Z; /**< Jacobian coordinates in internal form */
+    qalfe X; /**< X in internal form */
+    qalfe Y; /**< Y in internal form */
+    qalfe Z; /**< Z in internal form, zero at infinity */
 } qalecpoint;
 
-/** A curve. */
+/** The name of the record. */
 typedef struct qaleccurve qaleccurve;
 
+/** A curve. */
 struct qaleccurve {
     qalfe a;      /**< in internal form */
     qalfe b;      /**< in internal form */

@@ -29,9 +29,10 @@ extern "C" {
 /** A field element: the length word and room for 8 digits. */
 typedef qald qalfe[9];
 
-/** A field. Plain data: it may be copied, and there is nothing to release. */
+/** The name of the record. */
 typedef struct qalpff qalpff;
 
+/** A field. Plain data: it may be copied, and there is nothing to release. */
 struct qalpff {
     qalfe p;    /**< modulus */
     qalfe one;  /**< R mod p in Montgomery form; not written in special form */

@@ -58,7 +58,7 @@ def library(args):
 CHANGES = [
     ("a record grows", "kuzn.h", "uint32_t pos;", "uint32_t pos; uint32_t more;"),
     ("a field changes its type", "dstu.h", "uint64_t cofactor;", "int64_t cofactor;"),
-    ("fields change places", "g28147.h", "uint32_t n1, n2;", "uint32_t n2, n1;"),
+    ("fields change places", "g28147.h", re.compile(r"uint32_t r1;(.*\n.*)uint32_t r2;"), r"uint32_t r2;\1uint32_t r1;"),
     ("a parameter changes its type", "rsa.h", "isRSAPrime(const qald *n, uint64_t bits)",
      "isRSAPrime(const qald *n, uint32_t bits)"),
     ("a parameter of an assembly function changes its type", "qalmath64.h", "*qalmul(const qald *a, const qald *b,",
@@ -95,9 +95,10 @@ def changes(args):
         for what, name, before, after in CHANGES:
             header = include / "qal" / name
             text = header.read_text()
-            if text.count(before) < 1:
+            changed = before.sub(after, text) if isinstance(before, re.Pattern) else text.replace(before, after)
+            if changed == text:
                 raise SystemExit(f"{name} does not have '{before}'")
-            header.write_text(text.replace(before, after))
+            header.write_text(changed)
             if not differences(args.record, compile_twin(args.compiler, include, Path(scratch))):
                 passed.append(f"not noticed: {what}")
             header.write_text(text)
