@@ -7,7 +7,7 @@ qald *qalpowmodstop(qald *work, const qald *e, const qald *p, qald *r)
 {
     if (is_odd(p)) {
         if (qalbitlen(e, 1) == 0)
-            return qalcmp(p, QALBIG_ONE) == 0 ? qalclear(r) : qalcopy(r, QALBIG_ONE);
+            return qalconvert(r, qalcmp(p, QALBIG_ONE) != 0);
         const MontgomeryForm form = usual_form(p);
         qald power[QALBIG_SIZE];
         raise_odd_powers(power, work, QALBIG_SIZE, e, p);

@@ -355,6 +355,10 @@ TEST(Exponentiation, Examples)
     EXPECT_EQ(power(3, 0, 101), 1);
     EXPECT_EQ(power(3, 1, 101), 3);
     EXPECT_EQ(power(0, 5, 101), 0);
+    for (const unsigned e : {0U, 5U}) {
+        Number exponent(e), one(1), r(7, 3);
+        EXPECT_EQ(value_of(qalpowmodstop(work.data(), exponent, one, r)), 0) << e;
+    }
     const mpz_class p = power_of_two(64 * 63) - 1;
     EXPECT_EQ(power(2, 64 * 63 + 5, p), 32);
 }
