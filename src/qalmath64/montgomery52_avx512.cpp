@@ -517,7 +517,13 @@ using namespace qal::math;
     split52_avx512(y, blocks, b, n, static_cast<ptrdiff_t>(26 * blocks - 8 * n));
     split52_avx512(modulus, blocks, p, n, 0);
     const Block k = _mm256_set1_epi64x(static_cast<long long>(c & mask52));
-    with_constant(blocks, [&]<size_t constant>() { multiply_once<constant>(x, x, y, modulus, k); });
+    // Numbers of fewer blocks gain nothing.
+    if (blocks == 5)
+        multiply_once<5>(x, x, y, modulus, k);
+    else if (blocks == 8)
+        multiply_once<8>(x, x, y, modulus, k);
+    else
+        multiply_once<10>(x, x, y, modulus, k);
     qald t[most_digits52 + 1];
     join(t, n + 1, x, blocks);
     subtract_once(r, t, t[n], p, n);

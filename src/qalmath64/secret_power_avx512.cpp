@@ -50,6 +50,7 @@ void read_blocks(Block *x, const Block *table, unsigned entry, size_t entries, s
         x[j] = sum[j];
 }
 
+// Numbers have 3, 4, 5, 8 or 10 blocks.
 void read(Block *x, const Block *table, unsigned entry, size_t entries, size_t blocks)
 {
     size_t j = 0;
@@ -59,10 +60,6 @@ void read(Block *x, const Block *table, unsigned entry, size_t entries, size_t b
         read_blocks<4>(x + j, table + j, entry, entries, blocks);
     else if (blocks - j == 3)
         read_blocks<3>(x + j, table + j, entry, entries, blocks);
-    else if (blocks - j == 2)
-        read_blocks<2>(x + j, table + j, entry, entries, blocks);
-    else if (blocks - j == 1)
-        read_blocks<1>(x + j, table + j, entry, entries, blocks);
 }
 
 // One exponentiation or two, step by step alike.
