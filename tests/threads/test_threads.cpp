@@ -153,6 +153,10 @@ TEST(Threads, RsaWithOneKey)
         EXPECT_EQ(rsa_sign(out.data(), message.data(), 128, priv.data()), 0);
         EXPECT_EQ(rsa_verify(out.data(), message.data(), 128, pub.data()), 0);
         EXPECT_EQ(rsa_encrypt(out.data() + 128, out.data(), 128, pub.data()), 0);
+        Bytes again(128);
+        EXPECT_EQ(rsa_encrypt(again.data(), message.data(), 128, pub.data()), 0);
+        EXPECT_EQ(rsa_decrypt(again.data(), again.data(), 128, priv.data()), 0);
+        EXPECT_EQ(again, message);
         return out;
     });
 }
@@ -162,10 +166,18 @@ TEST(Threads, HashesAndCiphers)
     const Bytes key = numbered(1, 32, 10), iv = numbered(1, 8, 11);
     g28147_ecb_ctx ecb;
     g28147_ecb_init_ext(&ecb, 1, key.data(), CryptoPro_uz);
+    kuzn_ecb_ctx block;
+    kuzn_ecb_init(&block, 1, key.data());
     kuzn_ctr_ctx begun;
     kuzn_ctr_init(&begun, iv.data(), key.data());
+    g28147_ofb_ctx begun_gamma;
+    g28147_ofb_init_ext(&begun_gamma, key.data(), iv.data(), CryptoPro_uz);
+    g28147_cfb_ctx begun_feedback;
+    g28147_cfb_init_ext(&begun_feedback, 1, key.data(), iv.data(), CryptoPro_uz);
+    g28147_hmac_ctx begun_mac;
+    g28147_hmac_init_ext(&begun_mac, key.data(), CryptoPro_uz);
     expect_same_everywhere([&](size_t i) {
-        Bytes data = numbered(i, 1024 + i, 12), out(2000);
+        Bytes data = numbered(i, 1024 + i, 12), out(5000);
         streebog_ctx streebog;
         streebog512_init(&streebog);
         streebog512_update(&streebog, data.data(), data.size());
@@ -176,6 +188,17 @@ TEST(Threads, HashesAndCiphers)
         gr341194_md_final(&gost, out.data() + 64);
         kuzn_ctr_ctx ctr = begun;
         kuzn_ctr_update(&ctr, data.data(), out.data() + 96, data.size());
+        streebog256_init(&streebog);
+        streebog256_update(&streebog, data.data(), data.size());
+        streebog256_final(out.data() + 1200, &streebog);
+        kuzn_ecb_update(&block, data.data(), out.data() + 1232, 16);
+        g28147_ofb_ctx gamma = begun_gamma;
+        g28147_ofb_update(&gamma, data.data(), out.data() + 1300, data.size());
+        g28147_cfb_ctx feedback = begun_feedback;
+        g28147_cfb_update(&feedback, data.data(), out.data() + 2400, data.size());
+        g28147_hmac_ctx mac = begun_mac;
+        g28147_hmac_update(&mac, data.data(), data.size());
+        g28147_hmac_final(&mac, out.data() + 3500);
         g28147_ecb_update(&ecb, data.data(), data.data(), 1024);
         out.insert(out.end(), data.begin(), data.end());
         return out;
