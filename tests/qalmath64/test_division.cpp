@@ -1,4 +1,6 @@
 // Division, reduction and inversion, against GMP.
+#include "qalmath64/divide.hpp"
+
 #include "support/numbers.hpp"
 #include "support/preconditions.hpp"
 
@@ -75,6 +77,32 @@ TEST(Division, UpToTheCapacity)
         check_division(random, random_number(random, n), random_number(random, m));
     }
     check_division(random, random_number(random, 128), random_number(random, 129));
+}
+
+// Two leading digits (d1, d0) whose reciprocal is one digit's, d1's, corrected twice, or not, by d0
+// alone: what is left in the upper digit is d1 itself.
+TEST(Division, ReciprocalsThatTheLowDigitDecides)
+{
+    const uint64_t divisors[][2] = {
+        {9348777284355092205U, 12521802190148825668U}, // corrected
+        {9561340096366950508U, 14698660041115346284U}, // corrected
+        {10379871894171355887U, 17230744564778473822U},
+        {9798227831691579273U, 11696796660574010322U},
+    };
+    Random random;
+    for (const auto &[d1, d0] : divisors) {
+        const qal::math::Reciprocal2 reciprocal(d1, d0);
+        const mpz_class d = (mpz_class(d1) << 64) + d0;
+        for (int round = 0; round < 2000; round++) {
+            const mpz_class high = round % 2 ? random_number(random, 2) % d : mpz_class(d - 1);
+            const uint64_t low = round % 3 ? random.word() : ~uint64_t{0};
+            uint64_t r1 = mpz_class(high >> 64).get_ui(),
+                     r0 = mpz_class(high % power_of_two(64)).get_ui();
+            const mpz_class dividend = (high << 64) + low;
+            ASSERT_EQ(reciprocal.divide(r1, r0, low), mpz_class(dividend / d).get_ui());
+            ASSERT_EQ(mpz_class((mpz_class(r1) << 64) + r0), mpz_class(dividend % d));
+        }
+    }
 }
 
 // Dividends y q + r for chosen quotients, with r next to nothing and next to y: the estimate of a

@@ -408,6 +408,44 @@ TEST(Exponentiation, InMontgomeryForm)
     }
 }
 
+// Radices other than that of p's digits, and bases that are not below p: of those the result is a
+// representative, which need not be the least.
+TEST(Exponentiation, InUnusualMontgomeryForms)
+{
+    Random random;
+    std::vector<qald> work(16 * QALBIG_SIZE), table(17 * QALBIG_SIZE);
+    for (int round = 0; round < 400; round++) {
+        Modulus p(random, 1 + random.below(12));
+        if (p.value == 1)
+            continue;
+        const bool unusual = random.below(2) == 0;
+        if (unusual) {
+            const auto least = static_cast<uint32_t>(mpz_sizeinbase(p.value.get_mpz_t(), 2));
+            p.k = least + static_cast<uint32_t>(random.below(64 * p.n + 64 - least));
+        }
+        const mpz_class e = random_number(random, random.below(4));
+        mpz_class x = p.in_form(random_number(random, p.n) % p.value);
+        if (!unusual)
+            x += (power_of_two(64 * p.n) - 1 - x) / p.value * p.value;
+        Number base(x, p.n), one(p.in_form(1), p.n), exponent(e);
+        Number r(0, 2 * p.n + 1), other(0, 2 * p.n + 1);
+        // x = y 2^k
+        mpz_class radix = (mpz_class(1) << p.k) % p.value, inverse = inverse_of(radix, p.value);
+        const mpz_class expected = p.in_form(power_mod(x * inverse % p.value, e, p.value));
+        qalpowmontstart(work.data(), p.c, p.k, p.p, base);
+        ASSERT_EQ(qalpowmontstop(work.data(), one, p.c, p.k, p.p, exponent, r), r.words());
+        ASSERT_EQ(value_of(r) % p.value, expected) << "k " << p.k << ", p " << p.value;
+        ASSERT_TRUE(is_normalised(r));
+        qalmontic(table.data(), 5, p.c, p.k, p.p, base);
+        ASSERT_EQ(qalicpowmont(table.data(), 5, 0, one, p.c, p.k, p.p, exponent, other),
+                  other.words());
+        ASSERT_EQ(value_of(other), value_of(r));
+        if (unusual) {
+            ASSERT_LT(value_of(r), p.value);
+        }
+    }
+}
+
 TEST(Exponentiation, CompactTablesOfAllWidths)
 {
     Random random;

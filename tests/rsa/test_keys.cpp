@@ -148,6 +148,9 @@ TEST(KeyGeneration, StatusCodesInOrder)
     Bytes rnd = bytes_of_prime(random, 512);
     rsa_keygen_ctx ctx;
     ASSERT_EQ(rsa_keygen_init(&ctx, 512), 0);
+    uint8_t out[2 * 256];
+    EXPECT_EQ(rsa_get_privkey(&ctx, out, sizeof out), 2);
+    EXPECT_EQ(rsa_get_pubkey(&ctx, out, sizeof out), 2);
     EXPECT_EQ(rsa_keygen(nullptr, rnd.data(), 0), 2);
     ctx.bits = 513;
     EXPECT_EQ(rsa_keygen(&ctx, nullptr, 0), 1);
@@ -166,7 +169,6 @@ TEST(KeyGeneration, StatusCodesInOrder)
     EXPECT_EQ(rsa_keygen(&ctx, given.data(), 32), 3);
     EXPECT_EQ(ctx.q[0], 0u);
 
-    uint8_t out[2 * 256];
     EXPECT_EQ(rsa_get_privkey(&ctx, out, sizeof out), 2);
     EXPECT_EQ(rsa_get_pubkey(&ctx, out, sizeof out), 2);
     EXPECT_EQ(rsa_get_privkey(nullptr, out, 0), 2);
@@ -176,6 +178,17 @@ TEST(KeyGeneration, StatusCodesInOrder)
     ctx.bits = 100;
     EXPECT_EQ(rsa_get_privkey(&ctx, out, 0), 1);
     EXPECT_EQ(rsa_get_pubkey(&ctx, out, 0), 1);
+}
+
+// No prime of 1024 bits is as large as the largest number that has as many.
+TEST(KeyGeneration, NoPrimeBehindTheLargestNumber)
+{
+    const InstalledGenerator installed(PoolGenerator(1));
+    const Bytes rnd(128, 0xff);
+    rsa_keygen_ctx ctx;
+    ASSERT_EQ(rsa_keygen_init(&ctx, 2048), 0);
+    EXPECT_EQ(rsa_keygen(&ctx, rnd.data(), 128), 3);
+    EXPECT_EQ(ctx.p[0], 0u);
 }
 
 // p is the larger one, whichever comes first; a complete key takes part in the next step as p

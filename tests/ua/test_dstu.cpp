@@ -257,6 +257,9 @@ TEST(Dstu4145, PublicKeyForms)
         both[model.field.m / 8] = key[model.field.m / 8];
         auto out_len = size_of(key);
         EXPECT_EQ(dstu_cppubk(domain, key.data(), &out_len, both.data()), 5);
+        both.assign(2 * size, 0);
+        both[size + model.field.m / 8] = static_cast<uint8_t>(1 << (model.field.m % 8));
+        EXPECT_EQ(dstu_cppubk(domain, key.data(), &out_len, both.data()), 5);
         int refused = 0;
         for (uint8_t i = 0; i < 20; i++) {
             key = Bytes(size, i);
@@ -362,6 +365,19 @@ TEST(Dstu4145, InfinityVerifiesNothing)
         EXPECT_EQ(dstu_verify(domain, size_of(pub), pub.data(), 160, hash.data(), size_of(sig),
                               sig.data()),
                   1);
+        // (0, sqrt b), by a key that has it besides its multiple of the base point: 7 Q = T - 35 P
+        // for Q = T - 5 P. Where the cofactor is 2 no compressed key stands for such a point.
+        const ModelCurve &model = domain.model();
+        if (model.cofactor == 4) {
+            ModelPoint T = {false, 0, model.b};
+            for (uint32_t i = 1; i < model.field.m; i++)
+                T.y = model.field.sqr(T.y);
+            const ModelPoint Q = model.add(T, ModelCurve::negative(model.mul(5, model.G)));
+            const Bytes key = bytes_of(model.compress(Q), domain.field_len());
+            EXPECT_EQ(dstu_verify(domain, size_of(key), key.data(), 160, hash.data(), size_of(sig),
+                                  sig.data()),
+                      1);
+        }
         // A key of order 2, whose compression is zero.
         const Bytes zero(domain.field_len());
         EXPECT_EQ(dstu_verify(domain, size_of(zero), zero.data(), 160, hash.data(), size_of(sig),
@@ -402,6 +418,75 @@ TEST(Dstu4145, FailedAttemptsKeepTheProduct)
         0);
     EXPECT_EQ(Source::calls, 3U);
     EXPECT_EQ(sig, signature_bytes(domain, model_sign(domain, d, poly_of(hash), {0, other, e2})));
+}
+
+// A product with the hash of which no bit below the order's topmost one is left: r is zero.
+TEST(Dstu4145, FailedAttemptsWithoutR)
+{
+    in_every_domain([](TestDomain &domain) {
+        const ModelCurve &model = domain.model();
+        const ModelField &f = model.field;
+        Pool pool(domain);
+        const mpz_class d = 77, e1 = 1000003, e2("123456789012345678901234567890");
+        const Poly h = f.mul(domain.scalar_bound(), f.inv(model.mul(e1, model.G).x));
+        const Bytes priv = bytes_of(d, domain.key_len()), hash = bytes_of(h, domain.field_len());
+        Source::queue = {e1, e2};
+        Bytes sig(domain.sig_len());
+        auto sig_len = size_of(sig);
+        ASSERT_EQ(dstu_sign(domain, pool, size_of(priv), priv.data(), static_cast<int32_t>(f.m),
+                            hash.data(), &sig_len, sig.data()),
+                  0);
+        EXPECT_EQ(Source::calls, 2U);
+        EXPECT_EQ(sig, signature_bytes(domain, model_sign(domain, d, h, {e1, e2})));
+    });
+}
+
+// Twice the order of the base point is accepted as its order; what is proper for odd orders alone
+// then has to be done otherwise.
+TEST(Dstu4145, EvenOrders)
+{
+    Random random;
+    size_t found = 0;
+    for (ModelCurve model : model_curves()) {
+        if (model.name == "m163x" || length(model.n) + 1 > model.field.m)
+            continue;
+        SCOPED_TRACE(model.name);
+        found++;
+        model.n *= 2;
+        const TestDomain domain(model);
+        Pool pool(domain);
+        for (int round = 0; round < 4; round++) {
+            const mpz_class d = round == 0 ? mpz_class(model.n / 2)
+                                           : mpz_class(1 + poly_of(random.bytes(domain.key_len())) %
+                                                               (domain.scalar_bound() - 1));
+            Source::queue = {d};
+            Bytes priv(domain.key_len()), pub(domain.field_len());
+            auto priv_len = size_of(priv), pub_len = size_of(pub);
+            ASSERT_EQ(dstu_gen_keys(domain, pool, &priv_len, priv.data(), &pub_len, pub.data()), 0);
+            EXPECT_EQ(poly_of(priv), d % domain.scalar_bound());
+            EXPECT_EQ(pub, domain.public_key(poly_of(priv)));
+
+            const Bytes hash = random.bytes(20);
+            Bytes sig(domain.sig_len());
+            auto sig_len = size_of(sig);
+            for (int step = 0; step < 30 * round; step++)
+                dstu_bspool_step(pool);
+            ASSERT_EQ(dstu_sign(domain, pool, size_of(priv), priv.data(), 160, hash.data(),
+                                &sig_len, sig.data()),
+                      0);
+            const mpz_class e = Source::given[1] % domain.scalar_bound();
+            const ModelSignature expected = model_sign(domain, poly_of(priv), poly_of(hash), {e});
+            EXPECT_EQ(sig, signature_bytes(domain, expected));
+            // The multiple by half of it is infinity, which is no public key.
+            if (round > 0) {
+                EXPECT_EQ(dstu_verify(domain, size_of(pub), pub.data(), 160, hash.data(),
+                                      size_of(sig), sig.data()),
+                          0);
+            }
+            pool = Pool(domain);
+        }
+    }
+    EXPECT_GT(found, 0U);
 }
 
 TEST(Dstu4145, PoolStepByStep)

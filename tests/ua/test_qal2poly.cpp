@@ -432,6 +432,26 @@ TEST(PolynomialsDeathTest, Preconditions)
     EXPECT_PRECONDITION(qal2pcopy(a, large), count_text("a"), path, "qal2pcopy");
     EXPECT_PRECONDITION(qal2pcopy(a, other), "*a == *r", path, "qal2pcopy");
 
+    // Counts are from 1 to 14, everywhere.
+    EXPECT_PRECONDITION(qal2pcopy(large, a), count_text("r"), path, "qal2pcopy");
+    EXPECT_PRECONDITION(qal2pcopy(a, empty), count_text("a"), path, "qal2pcopy");
+    EXPECT_PRECONDITION(qal2pfromb(empty, bytes, 0), count_text("u"), path, "qal2pfromb");
+    EXPECT_PRECONDITION(qal2p_is_equal(empty, a), count_text("r"), path, "qal2p_is_equal");
+    EXPECT_PRECONDITION(qal2p_is_equal(a, large), count_text("a"), path, "qal2p_is_equal");
+    EXPECT_PRECONDITION(qal2pinc(empty), count_text("r"), path, "qal2pinc");
+    EXPECT_PRECONDITION(qal2p_deg(large), count_text("a"), path, "qal2p_deg");
+    EXPECT_PRECONDITION(qal2add(large, a, b), count_text("r"), path, "qal2add");
+    EXPECT_PRECONDITION(qal2add(a, empty, b), count_text("a"), path, "qal2add");
+    EXPECT_PRECONDITION(qal2add(a, b, empty), count_text("b"), path, "qal2add");
+    const char otherwise[] = "( 0<*r) && (*r<=(" CAPACITY "-1))";
+    EXPECT_PRECONDITION(qal2p_is_zero(large), otherwise, path, "qal2p_is_zero");
+    EXPECT_PRECONDITION(qal2p_is_one(empty), otherwise, path, "qal2p_is_one");
+    EXPECT_PRECONDITION(qal2pfrombits(empty, bytes, 0), "(0 < *u) && (*u <= " CAPACITY ")", path,
+                        "qal2pfrombits");
+    EXPECT_PRECONDITION(qal2psbit(a, -1, 1),
+                        "(0 <= no) && (no < (" CAPACITY "-1)*(sizeof(qal2d)<<3))", path,
+                        "qal2psbit");
+
     Polynomial fourteen(0, 14);
     EXPECT_PRECONDITION(qal2pfrombig(fourteen, number), "*p < (" CAPACITY "-1)", path,
                         "qal2pfrombig");

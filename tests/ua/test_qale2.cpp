@@ -582,6 +582,86 @@ TEST(BinaryCurves, Engines)
     });
 }
 
+// No published curve has points of order 3, but any curve with b = x^4 + x^3 does: there the points
+// with this x are the opposite of what they are doubled. Their tables contain infinity.
+TEST(BinaryCurves, PointsOfOrderThree)
+{
+    Random random;
+    for (const ModelField &f : model_fields) {
+        for (const uint32_t a : {0U, 1U}) {
+            // y = x z, z^2 + z = x + a + b / x^2 = x^2 + a
+            ModelCurve model{"of order 3", f, a, 0, 3, 0, {false, 0, 0}};
+            Poly t;
+            do {
+                model.G.x = f.random(random);
+                t = f.sqr(model.G.x) ^ Poly(a);
+            } while (model.G.x <= 1 || f.trace(t) != 0);
+            Poly z = t;
+            for (uint32_t i = 0; i < (f.m - 1) / 2; i++)
+                z = f.sqr(f.sqr(z)) ^ t;
+            const Poly x3 = f.mul(f.sqr(model.G.x), model.G.x);
+            model.b = f.mul(x3, model.G.x) ^ x3;
+            model.G.y = f.mul(model.G.x, z);
+            ASSERT_TRUE(model.contains(model.G));
+            const TestCurve test(model);
+            const qale2point P = test.point(model.G);
+            for (unsigned k = 0; k < 200; k++) {
+                const mpz_class factor = k < 100 ? mpz_class(k) : mpz_class(random.word());
+                Number number(factor, 1);
+                qale2point R = dirty_point();
+                ASSERT_EQ(qale2kp(&test.curve, &R, number, &P), &R);
+                ASSERT_EQ(test.model_of(R), model.mul(factor, model.G)) << f.m << " " << factor;
+            }
+        }
+    }
+}
+
+// Engines are for the four fields, and for curves that have not been given other arithmetic.
+TEST(BinaryCurves, WhereEnginesServe)
+{
+    for (const ModelField &f : model_fields) {
+        const Engine *const engine = engine_of_field(f.m, f.a, f.b, f.c);
+        EXPECT_NE(engine, nullptr);
+        EXPECT_EQ(engine_of_field(f.m + 2, f.a, f.b, f.c), nullptr);
+        EXPECT_EQ(engine_of_field(f.m, f.a + 1, f.b, f.c), nullptr);
+        EXPECT_EQ(engine_of_field(f.m, f.a, f.b + 1, f.c), nullptr);
+        EXPECT_EQ(engine_of_field(f.m, f.a, f.b, f.c + 1), nullptr);
+    }
+    Random random;
+    on_every_curve([&](TestCurve &test) {
+        ASSERT_NE(engine_of(&test.curve), nullptr);
+        qale2curve unknown = test.curve;
+        unknown.mod_a++;
+        EXPECT_EQ(engine_of(&unknown), nullptr);
+        const ModelPoint p = test.random_point(random);
+        const mpz_class k = random_scalar(random, test.model.n);
+        Number number(k);
+        static decltype(test.curve.mul) mul;
+        static decltype(test.curve.sqr) sqr;
+        static decltype(test.curve.reduce) reduce;
+        static size_t calls;
+        mul = test.curve.mul, sqr = test.curve.sqr, reduce = test.curve.reduce;
+        const auto own_mul = [](auto... arguments) { return calls++, mul(arguments...); };
+        const auto own_sqr = [](auto... arguments) { return calls++, sqr(arguments...); };
+        const auto own_reduce = [](auto... arguments) { return calls++, reduce(arguments...); };
+        for (int replaced = 0; replaced < 3; replaced++) {
+            qale2curve curve = test.curve;
+            if (replaced == 0)
+                curve.mul = own_mul;
+            else if (replaced == 1)
+                curve.sqr = own_sqr;
+            else
+                curve.reduce = own_reduce;
+            EXPECT_EQ(engine_of(&curve), nullptr);
+            calls = 0;
+            qale2point P = test.point(p), R = dirty_point();
+            qale2kp(&curve, &R, number, &P);
+            EXPECT_GT(calls, 100U);
+            EXPECT_EQ(test.model_of(R), test.model.mul(k, p));
+        }
+    });
+}
+
 TEST(BinaryCurvesDeathTest, Preconditions)
 {
     TestCurve test(model_curve("m163"));
@@ -602,6 +682,11 @@ TEST(BinaryCurvesDeathTest, Preconditions)
     EXPECT_PRECONDITION(qale2bfsqr(curve, empty, b), count_text("r"), path, "qale2bfsqr");
     EXPECT_PRECONDITION(qale2bfsqr(curve, a, large), count_text("u"), path, "qale2bfsqr");
     EXPECT_PRECONDITION(qale2bfsqr(curve, a, other), "(*r) == (*u)", path, "qale2bfsqr");
+    EXPECT_PRECONDITION(qale2bfmul(curve, large, a, b), count_text("r"), path, "qale2bfmul");
+    EXPECT_PRECONDITION(qale2bfmul(curve, a, empty, b), count_text("u"), path, "qale2bfmul");
+    EXPECT_PRECONDITION(qale2bfmul(curve, a, b, empty), count_text("v"), path, "qale2bfmul");
+    EXPECT_PRECONDITION(qale2bfsqr(curve, large, b), count_text("r"), path, "qale2bfsqr");
+    EXPECT_PRECONDITION(qale2bfsqr(curve, a, empty), count_text("u"), path, "qale2bfsqr");
     EXPECT_PRECONDITION(qale2bfinv(nullptr, a, b), "curve != 0", path, "qale2bfinv");
 
     qale2kpic_ctx ctx;
