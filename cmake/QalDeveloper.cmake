@@ -23,13 +23,6 @@ if(TARGET qal_tool)
     WORKING_DIRECTORY ${PROJECT_SOURCE_DIR} USES_TERMINAL VERBATIM)
 endif()
 
-find_program(QAL_GCOVR gcovr)
-add_custom_target(coverage-report
-  COMMAND ${CMAKE_COMMAND} -E make_directory ${PROJECT_BINARY_DIR}/coverage
-  COMMAND ${QAL_GCOVR} --root ${PROJECT_SOURCE_DIR} --filter ${PROJECT_SOURCE_DIR}/src/
-    --txt --print-summary --html-details ${PROJECT_BINARY_DIR}/coverage/index.html ${PROJECT_BINARY_DIR}
-  WORKING_DIRECTORY ${PROJECT_BINARY_DIR} USES_TERMINAL VERBATIM)
-
 find_program(QAL_DOXYGEN doxygen)
 configure_file(docs/Doxyfile.in Doxyfile @ONLY)
 add_custom_target(docs
