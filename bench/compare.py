@@ -2,9 +2,10 @@
 """Runs benchmark programs and prints how the library compares with the others.
 
 Benchmarks are named workload/size/contender; contenders whose names begin with "qal" are the
-library's own. Each program runs pinned to one processor, its benchmarks in random order round after
-round, and the median over the rounds stands for a contender. A ratio above 1 means that the library
-is faster; only ratios of one run mean anything.
+library's own. All programs run at once, pinned to one processor, and measure what they are asked
+for: in every round the contenders for a workload have their turns one after the other, in the next
+round in the opposite order. The first round is for warming up. The median over the others stands for
+a contender. A ratio above 1 means that the library is faster; only ratios of one run mean anything.
 """
 
 import argparse
@@ -13,39 +14,77 @@ import json
 import datetime
 import os
 import platform
+import re
+import shlex
 import statistics
 import subprocess
 import sys
 from collections import defaultdict
 
 
-def run(program, rounds, min_time, core, pattern):
-    """The report of Google Benchmark."""
-    command = [
-        program,
-        "--benchmark_format=json",
-        f"--benchmark_repetitions={rounds}",
-        f"--benchmark_min_time={min_time}",
-        "--benchmark_enable_random_interleaving=true",
-        f"--benchmark_filter={pattern}",
-    ]
-    done = subprocess.run(
-        command,
-        stdout=subprocess.PIPE,
-        text=True,
-        check=True,
-        preexec_fn=lambda: os.sched_setaffinity(0, {core}),
-    )
-    return json.loads(done.stdout) if done.stdout.strip() else {"context": {}, "benchmarks": []}
+class Program:
+    """A benchmark program that measures on demand (support/workload.hpp says how)."""
+
+    def __init__(self, command, min_time, core=None):
+        self.command = command
+        self.process = subprocess.Popen(
+            shlex.split(command) + ["--serve", f"--benchmark_min_time={min_time}"],
+            stdin=subprocess.PIPE,
+            stdout=subprocess.PIPE,
+            text=True,
+            preexec_fn=None if core is None else lambda: os.sched_setaffinity(0, {core}),
+        )
+        offer = json.loads(self.answer())
+        self.results = offer["benchmarks"]
+        self.cycles_per_ns = offer.get("cycles_per_ns")
+
+    def answer(self):
+        line = self.process.stdout.readline()
+        if not line:
+            raise RuntimeError(f"{self.command}: ended with status {self.process.wait()}")
+        return line
+
+    def measure(self, name):
+        """Nanoseconds of one run."""
+        self.process.stdin.write(name + "\n")
+        self.process.stdin.flush()
+        return float(self.answer())
+
+    def close(self):
+        self.process.stdin.close()
+        self.process.wait()
+        self.process.stdout.close()
 
 
-def times(report):
+def contests(programs, pattern):
+    """{(workload, size): [(name, program)]} of what matches; all that are compared must agree."""
+    groups = defaultdict(list)
+    expected = {}
+    seen = {}
+    for program in programs:
+        for name, result in program.results.items():
+            group = tuple(name.split("/")[:2])
+            if seen.setdefault(name, program) is not program:
+                raise RuntimeError(f"{name}: in two programs")
+            if result is not None:
+                first, agreed = expected.setdefault(group, (name, result))
+                if result != agreed:
+                    raise RuntimeError(f"{name}: the result is not that of {first}")
+            if re.search(pattern, name):
+                groups[group].append((name, program))
+    return groups
+
+
+def measure(groups, rounds, report=lambda line: None):
     """The time of each round in nanoseconds, by benchmark name."""
-    unit = {"ns": 1, "us": 1e3, "ms": 1e6, "s": 1e9}
     found = defaultdict(list)
-    for entry in report["benchmarks"]:
-        if entry["run_type"] == "iteration":
-            found[entry["run_name"]].append(entry["cpu_time"] * unit[entry["time_unit"]])
+    for turn in range(rounds + 1):
+        report("warming up" if turn == 0 else f"round {turn} of {rounds}")
+        for contenders in groups.values():
+            for name, program in contenders if turn % 2 else reversed(contenders):
+                ns = program.measure(name)
+                if turn > 0:
+                    found[name].append(ns)
     return found
 
 
@@ -80,6 +119,8 @@ PEERS = {
     "botan": "libbotan-2-dev",
     "crypto++": "libcrypto++-dev",
     "gmp": "libgmp-dev",
+    "bouncycastle": "libbcprov-java",
+    "java": "openjdk-17-jre-headless",
 }
 
 
@@ -97,11 +138,13 @@ def processor():
     return "{model name}, family {cpu family}, model {model}".format(**fields)
 
 
-def record(rows, cycles_per_ns):
+def record(rows, cycles_per_ns, rounds):
     """The table with what it was measured on: processor, date, versions."""
     return {
         "processor": processor(),
+        "processors": len(os.sched_getaffinity(0)),
         "cycles_per_ns": cycles_per_ns,
+        "rounds": rounds,
         "date": datetime.date.today().isoformat(),
         "system": platform.freedesktop_os_release().get("PRETTY_NAME", platform.system()),
         "versions": {name: package_version(package) for name, package in PEERS.items()},
@@ -132,34 +175,40 @@ def show(rows, cycles_per_ns, out):
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__.split("\n\n")[0])
-    parser.add_argument("programs", nargs="+", metavar="PROGRAM")
+    parser.add_argument("programs", nargs="+", metavar="COMMAND", help="programs with their arguments")
+    parser.add_argument(
+        "--unpinned", action="append", default=[], metavar="COMMAND", help="one that may use every processor"
+    )
     parser.add_argument("--filter", default=".", help="regular expression over benchmark names")
-    parser.add_argument("--rounds", type=int, default=9)
-    parser.add_argument("--min-time", type=float, default=0.05, help="seconds per benchmark and round")
+    parser.add_argument("--rounds", type=int, default=7)
+    parser.add_argument("--min-time", type=float, default=0.03, help="seconds per benchmark and round")
     parser.add_argument("--core", type=int, default=max(os.sched_getaffinity(0)))
     parser.add_argument("--csv", help="file to write the table to")
     parser.add_argument("--json", help="file to write the table and its circumstances to")
     arguments = parser.parse_args()
 
-    found = {}
-    frequencies = []
-    for program in arguments.programs:
-        try:
-            report = run(
-                program, arguments.rounds, arguments.min_time, arguments.core, arguments.filter
-            )
-            found |= times(report)
-            frequencies.append(float(report["context"].get("cycles_per_ns", "nan")))
-        except (OSError, subprocess.CalledProcessError) as error:
-            sys.exit(f"compare.py: {program}: {error}")
-    if not found:
-        sys.exit(f"compare.py: no benchmark matches '{arguments.filter}'")
+    programs = []
+    try:
+        for command in arguments.programs:
+            programs.append(Program(command, arguments.min_time, arguments.core))
+        for command in arguments.unpinned:
+            programs.append(Program(command, arguments.min_time))
+        groups = contests(programs, arguments.filter)
+        if not groups:
+            sys.exit(f"compare.py: no benchmark matches '{arguments.filter}'")
+        found = measure(groups, arguments.rounds, lambda line: print(line, file=sys.stderr, flush=True))
+    except (OSError, RuntimeError, ValueError) as error:
+        sys.exit(f"compare.py: {error}")
+    finally:
+        for program in programs:
+            program.close()
+    cycles_per_ns = statistics.median(program.cycles_per_ns for program in programs if program.cycles_per_ns)
     rows = table(found)
     if arguments.json:
         with open(arguments.json, "w") as file:
-            json.dump(record(rows, statistics.median(frequencies)), file, indent=1)
+            json.dump(record(rows, cycles_per_ns, arguments.rounds), file, indent=1)
             file.write("\n")
-    show(rows, statistics.median(frequencies), sys.stdout)
+    show(rows, cycles_per_ns, sys.stdout)
     if arguments.csv:
         with open(arguments.csv, "w", newline="") as file:
             writer = csv.writer(file)

@@ -3,8 +3,6 @@
 // Where a library takes the secrets from its caller, all work with the same ones, and their results
 // are compared; the others draw random numbers on the way, which costs little beside a
 // multiplication.
-#include "base/cpu.hpp"
-#include "qalec/scalars256.hpp"
 #include "support/peers.hpp"
 #include "support/workload.hpp"
 
@@ -29,6 +27,9 @@
 #include <botan/gost_3410.h>
 #include <botan/pubkey.h>
 #include <botan/system_rng.h>
+#endif
+#if QAL_BENCH_CRYPTO
+#include <openssl/ec.h>
 #endif
 
 using namespace qal::bench;
@@ -61,54 +62,42 @@ Bytes part(const Bytes &bytes, size_t from)
     std::exit(1);
 }
 
+// id-GostR3410-2001-CryptoPro-A-ParamSet, RFC 4357, section 11.4.
+const struct {
+    Bytes p = from_hex("fffffffffffffffffffffffffffffffffffffffffffffffffffffffffffffd97");
+    Bytes a = from_hex("fffffffffffffffffffffffffffffffffffffffffffffffffffffffffffffd94");
+    Bytes b = from_hex("00000000000000000000000000000000000000000000000000000000000000a6");
+    Bytes q = from_hex("ffffffffffffffffffffffffffffffff6c611070995ad10045841b09b761b893");
+    Bytes x = from_hex("0000000000000000000000000000000000000000000000000000000000000001");
+    Bytes y = from_hex("8d91e471e0989cda27df505a453f2b7635294f2ddf23e3b122acc99c9e9f1e14");
+} domain;
+
+int set_up(rds_ctx *ctx)
+{
+    return rds_init(ctx, domain.p.data(), domain.a.data(), domain.b.data(), domain.q.data(),
+                    domain.x.data(), domain.y.data());
+}
+
 struct Setting {
     rds_ctx ctx;
     Bytes d, k, peer_d, digest, ukm, pubkey, peer_pubkey, sig;
 
     Setting()
-        : d(secret()), k(secret()), peer_d(secret()), digest(random_bytes(32)),
-          ukm(random_bytes(8)), pubkey(64), peer_pubkey(64), sig(64)
+        : d(secret("d")), k(secret("k")), peer_d(secret("peer d")), digest(material("digest", 32)),
+          ukm(material("ukm", 8)), pubkey(64), peer_pubkey(64), sig(64)
     {
-        const auto parameter = [](const char *text) { return from_hex(text); };
-        const Bytes p =
-            parameter("fffffffffffffffffffffffffffffffffffffffffffffffffffffffffffffd97");
-        const Bytes a =
-            parameter("fffffffffffffffffffffffffffffffffffffffffffffffffffffffffffffd94");
-        const Bytes b =
-            parameter("00000000000000000000000000000000000000000000000000000000000000a6");
-        const Bytes q =
-            parameter("ffffffffffffffffffffffffffffffff6c611070995ad10045841b09b761b893");
-        const Bytes x =
-            parameter("0000000000000000000000000000000000000000000000000000000000000001");
-        const Bytes y =
-            parameter("8d91e471e0989cda27df505a453f2b7635294f2ddf23e3b122acc99c9e9f1e14");
-        if (rds_init(&ctx, p.data(), a.data(), b.data(), q.data(), x.data(), y.data()) != 0 ||
-            rds_gen_keys(&ctx, d.data(), pubkey.data()) != 0 ||
+        if (set_up(&ctx) != 0 || rds_gen_keys(&ctx, d.data(), pubkey.data()) != 0 ||
             rds_gen_keys(&ctx, peer_d.data(), peer_pubkey.data()) != 0 ||
             rds_sign(&ctx, d.data(), k.data(), digest.data(), sig.data()) != 0)
             fail("cannot set up");
     }
 
-    static Bytes secret()
+    static Bytes secret(const char *name)
     {
-        Bytes bytes = random_bytes(32);
+        Bytes bytes = material(name, 32);
         bytes[0] &= 0x7f;
         return bytes;
     }
-};
-
-// The engine's variants of multiplying the base point.
-struct Variant {
-    const char *name;
-    uint32_t needs;
-    decltype(qal::ec::curve256_multiply_base_portable) *multiply_base;
-};
-
-const Variant variants[] = {
-    {"qal-portable", 0, qal::ec::curve256_multiply_base_portable},
-    {"qal-bmi2adx", qal::base::cpu_bmi2_adx, qal::ec::curve256_multiply_base_bmi2adx},
-    {"qal-avx512", qal::base::cpu_bmi2_adx | qal::base::cpu_avx512,
-     qal::ec::curve256_multiply_base_avx512},
 };
 
 #if QAL_BENCH_GCRYPT
@@ -280,18 +269,6 @@ void add_key_generation(const Setting &s)
 {
     Workload work("gost3410-keygen", "256bit", 0, 64);
     work.contender("qal", [&](uint8_t *out) { rds_gen_keys(&s.ctx, s.d.data(), out); });
-    for (const Variant &variant : variants) {
-        work.contender_if(qal::base::has_bits(qal::base::cpu_features(), variant.needs),
-                          variant.name, [&](uint8_t *out) {
-                              using namespace qal::ec;
-                              const Curve256 curve = curve_of(&s.ctx);
-                              const Scalar d = load_scalar(s.d.data());
-                              uint64_t xy[8];
-                              variant.multiply_base(&curve, s.ctx.table, d.d, xy);
-                              store_digits(out, xy);
-                              store_digits(out + 32, xy + 4);
-                          });
-    }
 #if QAL_BENCH_GCRYPT
     static const Gcrypt gcrypt(s);
     work.contender("libgcrypt", [](uint8_t *out) {
@@ -447,15 +424,50 @@ void add_agreement(const Setting &s)
 #endif
 }
 
+// A curve from its numbers, with all that is made beforehand of it.
+void add_set_up()
+{
+    Workload work("gost3410-setup", "256bit", 0, 0);
+    work.contender("qal", [](uint8_t *) {
+        rds_ctx ctx;
+        set_up(&ctx);
+        benchmark::DoNotOptimize(ctx);
+    });
+#if QAL_BENCH_GCRYPT
+    work.contender("libgcrypt", [](uint8_t *) {
+        gcry_ctx_t curve;
+        gcry_mpi_ec_new(&curve, nullptr, "GOST2001-CryptoPro-A");
+        gcry_ctx_release(curve);
+    });
+#endif
+#if QAL_BENCH_CRYPTO
+    work.contender("openssl", [](uint8_t *) {
+        const auto number = [](const Bytes &bytes) { return BN_bin2bn(bytes.data(), 32, nullptr); };
+        BIGNUM *const numbers[] = {number(domain.p), number(domain.a), number(domain.b),
+                                   number(domain.q), number(domain.x), number(domain.y)};
+        EC_GROUP *const group = EC_GROUP_new_curve_GFp(numbers[0], numbers[1], numbers[2], nullptr);
+        EC_POINT *const base = EC_POINT_new(group);
+        EC_POINT_set_affine_coordinates(group, base, numbers[4], numbers[5], nullptr);
+        EC_GROUP_set_generator(group, base, numbers[3], BN_value_one());
+        EC_GROUP_precompute_mult(group, nullptr);
+        EC_POINT_free(base);
+        EC_GROUP_free(group);
+        for (BIGNUM *const z : numbers)
+            BN_free(z);
+    });
+#endif
+}
+
 } // namespace
 
 int main(int argc, char **argv)
 {
-    set_up_peers();
-    static const Setting setting;
-    add_key_generation(setting);
-    add_signing(setting);
-    add_verification(setting);
-    add_agreement(setting);
-    return run_benchmarks(argc, argv);
+    return run_benchmarks(argc, argv, [] {
+        static const Setting setting;
+        add_set_up();
+        add_key_generation(setting);
+        add_signing(setting);
+        add_verification(setting);
+        add_agreement(setting);
+    });
 }

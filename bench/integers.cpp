@@ -1,6 +1,5 @@
 // Multiprecision integers: products, squares, division, Montgomery arithmetic and exponentiation.
-#include "base/cpu.hpp"
-#include "qalmath64/montgomery.hpp"
+// Other libraries have their numbers and results made beforehand, as the library has.
 #include "support/workload.hpp"
 
 #include <qal/qalmath64.h>
@@ -13,9 +12,20 @@
 #if QAL_BENCH_CRYPTO
 #include <openssl/bn.h>
 #endif
+#if QAL_BENCH_GCRYPT
+#include <gcrypt.h>
+#endif
+#if QAL_BENCH_BOTAN
+#include <botan/bigint.h>
+#include <botan/divide.h>
+#include <botan/numthry.h>
+#endif
+#if QAL_BENCH_CRYPTOPP
+#include <cryptopp/integer.h>
+#include <cryptopp/nbtheory.h>
+#endif
 
 using namespace qal::bench;
-using namespace qal::base;
 
 namespace {
 
@@ -66,18 +76,95 @@ size_t room(size_t n)
     return (n + 1) * sizeof(qald);
 }
 
+#if QAL_BENCH_CRYPTO
+BIGNUM *big(const Number &x)
+{
+    return BN_lebin2bn(reinterpret_cast<const uint8_t *>(&x[1]),
+                       static_cast<int>(x[0] * sizeof(qald)), nullptr);
+}
+
+BN_CTX *context()
+{
+    static BN_CTX *const ctx = BN_CTX_new();
+    return ctx;
+}
+
+void fetch(uint8_t *out, const BIGNUM *x, size_t n)
+{
+    words(out)[0] = n;
+    BN_bn2lebinpad(x, out + sizeof(qald), static_cast<int>(n * sizeof(qald)));
+    qalclip(words(out));
+}
+#endif
+
+// Most significant byte first, as the others read and write numbers.
+Bytes big_endian(const Number &x)
+{
+    Bytes bytes(x[0] * sizeof(qald));
+    qaltobase256(bytes.data(), static_cast<uint32_t>(bytes.size()), x.data());
+    return bytes;
+}
+
+[[maybe_unused]] void from_big_endian(uint8_t *out, const Bytes &bytes)
+{
+    qalfrombase256(words(out), bytes.data(), static_cast<uint32_t>(bytes.size()));
+    qalclip(words(out));
+}
+
+#if QAL_BENCH_GCRYPT
+gcry_mpi_t gcrypt_number(const Number &x)
+{
+    const Bytes bytes = big_endian(x);
+    gcry_mpi_t number;
+    gcry_mpi_scan(&number, GCRYMPI_FMT_USG, bytes.data(), bytes.size(), nullptr);
+    return number;
+}
+
+void fetch(uint8_t *out, gcry_mpi_t x)
+{
+    Bytes bytes((gcry_mpi_get_nbits(x) + 7) / 8);
+    gcry_mpi_print(GCRYMPI_FMT_USG, bytes.data(), bytes.size(), nullptr, x);
+    from_big_endian(out, bytes);
+}
+#endif
+
+#if QAL_BENCH_BOTAN
+Botan::BigInt botan_number(const Number &x)
+{
+    const Bytes bytes = big_endian(x);
+    return Botan::BigInt(bytes.data(), bytes.size());
+}
+
+void fetch(uint8_t *out, const Botan::BigInt &x)
+{
+    Bytes bytes(x.bytes());
+    x.binary_encode(bytes.data());
+    from_big_endian(out, bytes);
+}
+#endif
+
+#if QAL_BENCH_CRYPTOPP
+CryptoPP::Integer cryptopp_number(const Number &x)
+{
+    const Bytes bytes = big_endian(x);
+    return CryptoPP::Integer(bytes.data(), bytes.size());
+}
+
+void fetch(uint8_t *out, const CryptoPP::Integer &x)
+{
+    Bytes bytes(x.MinEncodedSize());
+    x.Encode(bytes.data(), bytes.size());
+    from_big_endian(out, bytes);
+}
+#endif
+
 void add_product(size_t n)
 {
     const Number x = random_modulus(n), y = random_modulus(n);
     Workload product("product", digits_name(n), 0, room(2 * n));
     product.contender("qal", [=](uint8_t *out) { qalmul(x.data(), y.data(), words(out)); });
-    if (n < QAL_KARATSUBA_DIGITS)
-        product.contender("qal-base",
-                          [=](uint8_t *out) { qalmul_base(x.data(), y.data(), words(out)); });
     Workload square("square", digits_name(n), 0, room(2 * n));
     square.contender("qal", [=](uint8_t *out) { qalsqr(x.data(), words(out)); });
-    if (n < QAL_KARATSUBA_DIGITS)
-        square.contender("qal-base", [=](uint8_t *out) { qalsqr_base(x.data(), words(out)); });
 #if QAL_BENCH_GMP
     product.contender("gmp", [=](uint8_t *out) {
         words(out)[0] = 2 * n;
@@ -87,6 +174,52 @@ void add_product(size_t n)
         words(out)[0] = 2 * n;
         mpn_sqr(words(out) + 1, &x[1], static_cast<mp_size_t>(n));
     });
+#endif
+    // Everything below is for as long as the program runs.
+#if QAL_BENCH_CRYPTO
+    BIGNUM *const u = big(x), *const v = big(y), *const w = BN_new();
+    const auto fetch_openssl = [=](uint8_t *out) { fetch(out, w, 2 * n); };
+    product.contender(
+        "openssl", [=](uint8_t *) { BN_mul(w, u, v, context()); }, fetch_openssl);
+    square.contender(
+        "openssl", [=](uint8_t *) { BN_sqr(w, u, context()); }, fetch_openssl);
+#endif
+#if QAL_BENCH_GCRYPT
+    const gcry_mpi_t gx = gcrypt_number(x), gy = gcrypt_number(y), gz = gcry_mpi_new(0);
+    const auto fetch_gcrypt = [=](uint8_t *out) { fetch(out, gz); };
+    product.contender(
+        "libgcrypt", [=](uint8_t *) { gcry_mpi_mul(gz, gx, gy); }, fetch_gcrypt);
+    square.contender(
+        "libgcrypt", [=](uint8_t *) { gcry_mpi_mul(gz, gx, gx); }, fetch_gcrypt);
+#endif
+#if QAL_BENCH_BOTAN
+    auto *const bz = new Botan::BigInt;
+    auto *const space = new Botan::secure_vector<Botan::word>(4 * n);
+    const Botan::BigInt bx = botan_number(x), by = botan_number(y);
+    const auto fetch_botan = [=](uint8_t *out) { fetch(out, *bz); };
+    product.contender(
+        "botan",
+        [=](uint8_t *) {
+            *bz = bx;
+            bz->mul(by, *space);
+        },
+        fetch_botan);
+    square.contender(
+        "botan",
+        [=](uint8_t *) {
+            *bz = bx;
+            bz->square(*space);
+        },
+        fetch_botan);
+#endif
+#if QAL_BENCH_CRYPTOPP
+    auto *const cz = new CryptoPP::Integer;
+    const CryptoPP::Integer cx = cryptopp_number(x), cy = cryptopp_number(y);
+    const auto fetch_cryptopp = [=](uint8_t *out) { fetch(out, *cz); };
+    product.contender(
+        "crypto++", [=](uint8_t *) { *cz = cx * cy; }, fetch_cryptopp);
+    square.contender(
+        "crypto++", [=](uint8_t *) { *cz = cx.Squared(); }, fetch_cryptopp);
 #endif
 }
 
@@ -112,28 +245,35 @@ void add_division(size_t n)
         benchmark::DoNotOptimize(rest);
     });
 #endif
-}
-
+    // Everything below is for as long as the program runs.
 #if QAL_BENCH_CRYPTO
-BIGNUM *big(const Number &x)
-{
-    return BN_lebin2bn(reinterpret_cast<const uint8_t *>(&x[1]),
-                       static_cast<int>(x[0] * sizeof(qald)), nullptr);
-}
-
-BN_CTX *context()
-{
-    static BN_CTX *const ctx = BN_CTX_new();
-    return ctx;
-}
-
-void fetch(uint8_t *out, const BIGNUM *x, size_t n)
-{
-    words(out)[0] = n;
-    BN_bn2lebinpad(x, out + sizeof(qald), static_cast<int>(n * sizeof(qald)));
-    qalclip(words(out));
-}
+    BIGNUM *const u = big(x), *const v = big(d), *const w = BN_new(), *const r = BN_new();
+    work.contender(
+        "openssl", [=](uint8_t *) { BN_div(w, r, u, v, context()); },
+        [=](uint8_t *out) { fetch(out, w, n); });
 #endif
+#if QAL_BENCH_GCRYPT
+    const gcry_mpi_t gx = gcrypt_number(x), gd = gcrypt_number(d), gz = gcry_mpi_new(0),
+                     gr = gcry_mpi_new(0);
+    work.contender(
+        "libgcrypt", [=](uint8_t *) { gcry_mpi_div(gz, gr, gx, gd, 0); },
+        [=](uint8_t *out) { fetch(out, gz); });
+#endif
+#if QAL_BENCH_BOTAN
+    auto *const bz = new Botan::BigInt, *const br = new Botan::BigInt;
+    const Botan::BigInt bx = botan_number(x), bd = botan_number(d);
+    work.contender(
+        "botan", [=](uint8_t *) { Botan::vartime_divide(bx, bd, *bz, *br); },
+        [=](uint8_t *out) { fetch(out, *bz); });
+#endif
+#if QAL_BENCH_CRYPTOPP
+    auto *const cz = new CryptoPP::Integer, *const cr = new CryptoPP::Integer;
+    const CryptoPP::Integer cx = cryptopp_number(x), cd = cryptopp_number(d);
+    work.contender(
+        "crypto++", [=](uint8_t *) { CryptoPP::Integer::Divide(*cr, *cz, cx, cd); },
+        [=](uint8_t *out) { fetch(out, *cz); });
+#endif
+}
 
 void add_montgomery(size_t n)
 {
@@ -198,19 +338,42 @@ void add_exponentiation(size_t n)
         [=](uint8_t *) { BN_mod_exp_mont(z, base, exponent, modulus, context(), nullptr); },
         [=](uint8_t *out) { fetch(out, z, n); });
 #endif
+#if QAL_BENCH_GCRYPT
+    const gcry_mpi_t gx = gcrypt_number(x), ge = gcrypt_number(e), gp = gcrypt_number(p),
+                     gz = gcry_mpi_new(0);
+    work.contender(
+        "libgcrypt", [=](uint8_t *) { gcry_mpi_powm(gz, gx, ge, gp); },
+        [=](uint8_t *out) { fetch(out, gz); });
+#endif
+#if QAL_BENCH_BOTAN
+    auto *const bz = new Botan::BigInt;
+    const Botan::BigInt bx = botan_number(x), be = botan_number(e), bp = botan_number(p);
+    work.contender(
+        "botan", [=](uint8_t *) { *bz = Botan::power_mod(bx, be, bp); },
+        [=](uint8_t *out) { fetch(out, *bz); });
+#endif
+#if QAL_BENCH_CRYPTOPP
+    auto *const cz = new CryptoPP::Integer;
+    const CryptoPP::Integer cx = cryptopp_number(x), ce = cryptopp_number(e),
+                            cp = cryptopp_number(p);
+    work.contender(
+        "crypto++", [=](uint8_t *) { *cz = CryptoPP::ModularExponentiation(cx, ce, cp); },
+        [=](uint8_t *out) { fetch(out, *cz); });
+#endif
 }
 
 } // namespace
 
 int main(int argc, char **argv)
 {
-    for (const size_t n : {4U, 8U, 16U, 32U, 64U})
-        add_product(n);
-    for (const size_t n : {4U, 8U, 16U, 32U})
-        add_division(n);
-    for (const size_t n : {4U, 8U, 16U, 32U})
-        add_montgomery(n);
-    for (const size_t n : {8U, 16U, 32U})
-        add_exponentiation(n);
-    return run_benchmarks(argc, argv);
+    return run_benchmarks(argc, argv, [] {
+        for (const size_t n : {4U, 8U, 16U, 32U, 64U})
+            add_product(n);
+        for (const size_t n : {4U, 8U, 16U, 32U})
+            add_division(n);
+        for (const size_t n : {4U, 8U, 16U, 32U})
+            add_montgomery(n);
+        for (const size_t n : {8U, 16U, 32U})
+            add_exponentiation(n);
+    });
 }

@@ -1,5 +1,5 @@
-// RSA: the private and the public operation without padding, and candidates for primes, each of
-// which has passed a sieve and is composite, as nearly all are.
+// RSA: the private and the public operation without padding; candidates for primes, each of which
+// has passed a sieve and is composite, as nearly all are; whole keys.
 //
 // Other libraries take part with their keys set up, as they are used, and for as long as the
 // program runs; what they do besides (blinding, checking the result) is switched off where they
@@ -28,9 +28,15 @@
 #include <botan/pubkey.h>
 #include <botan/rsa.h>
 #endif
+#if QAL_BENCH_CRYPTOPP
+#include <cryptopp/osrng.h>
+#include <cryptopp/rsa.h>
+#endif
 
+#include <algorithm>
 #include <array>
 #include <memory>
+#include <random>
 
 using namespace qal::bench;
 
@@ -64,7 +70,7 @@ struct Key {
     {
         rsa_keygen_ctx ctx;
         rsa_keygen_init(&ctx, size);
-        while (rsa_keygen(&ctx, random_prime_start(size).data(), size / 16) != 0) {
+        for (int i = 0; rsa_keygen(&ctx, prime_start(size, i).data(), size / 16) != 0; i++) {
         }
         private_blob.resize(5 * size / 16 + 10);
         public_blob.resize(size / 8 + 7);
@@ -87,9 +93,9 @@ struct Key {
     }
 
     // With its two highest bits set, so that the modulus has all its bits for every library.
-    static Bytes random_prime_start(uint32_t size)
+    static Bytes prime_start(uint32_t size, int i)
     {
-        Bytes start = random_bytes(size / 16);
+        Bytes start = material("prime " + std::to_string(i), size / 16);
         start.front() |= 0xc0;
         return start;
     }
@@ -183,10 +189,22 @@ Botan::RandomNumberGenerator &botan_generator()
 }
 #endif
 
+#if QAL_BENCH_CRYPTOPP
+CryptoPP::Integer cryptopp_number(const Bytes &bytes)
+{
+    return CryptoPP::Integer(bytes.data(), bytes.size());
+}
+CryptoPP::RandomNumberGenerator &cryptopp_generator()
+{
+    static CryptoPP::AutoSeededRandomPool generator;
+    return generator;
+}
+#endif
+
 // A message below the modulus.
 Bytes message_for(const Key &key)
 {
-    Bytes message = random_bytes(key.bits / 8);
+    Bytes message = material("message", key.bits / 8);
     message.front() = 0;
     return message;
 }
@@ -255,6 +273,16 @@ void add_private(const Key &key)
         std::copy(signature.begin(), signature.end(), out);
     });
 #endif
+#if QAL_BENCH_CRYPTOPP
+    // It blinds.
+    auto function = std::make_shared<CryptoPP::InvertibleRSAFunction>();
+    function->Initialize(cryptopp_number(key.n), cryptopp_number(key.e), cryptopp_number(key.d),
+                         cryptopp_number(key.p), cryptopp_number(key.q), cryptopp_number(key.dp),
+                         cryptopp_number(key.dq), cryptopp_number(key.qinv));
+    work.contender("crypto++", [size, function, x = cryptopp_number(m)](uint8_t *out) {
+        function->CalculateInverse(cryptopp_generator(), x).Encode(out, size);
+    });
+#endif
 }
 
 void add_public(const Key &key)
@@ -302,6 +330,13 @@ void add_public(const Key &key)
     work.contender("botan", [encryptor, m](uint8_t *out) {
         const auto result = encryptor->encrypt(m.data(), m.size(), botan_generator());
         std::copy(result.begin(), result.end(), out);
+    });
+#endif
+#if QAL_BENCH_CRYPTOPP
+    auto function = std::make_shared<CryptoPP::RSAFunction>();
+    function->Initialize(cryptopp_number(key.n), cryptopp_number(key.e));
+    work.contender("crypto++", [size, function, x = cryptopp_number(m)](uint8_t *out) {
+        function->ApplyFunction(x).Encode(out, size);
     });
 #endif
 }
@@ -360,20 +395,83 @@ void add_candidates(uint32_t bits)
 #endif
 }
 
+// Whole keys, of which some are found sooner than others.
+void add_generation(uint32_t bits)
+{
+    Workload work("rsa-keygen", bits_name(bits), 0, 0);
+    work.at_least(0.3);
+    work.contender_apart("qal", [bits](uint8_t *) {
+        rsa_keygen_ctx ctx;
+        Bytes random(bits / 16);
+        rsa_keygen_init(&ctx, bits);
+        do
+            generate(random.data(), bits / 16);
+        while (rsa_keygen(&ctx, random.data(), bits / 16) != 0);
+    });
+#if QAL_BENCH_CRYPTO
+    work.contender_apart("openssl", [bits](uint8_t *) {
+        RSA *const rsa = RSA_new();
+        BIGNUM *const e = BN_new();
+        BN_set_word(e, 65537);
+        RSA_generate_key_ex(rsa, static_cast<int>(bits), e, nullptr);
+        BN_free(e);
+        RSA_free(rsa);
+    });
+#endif
+#if QAL_BENCH_GCRYPT
+    work.contender_apart("libgcrypt", [bits](uint8_t *) {
+        gcry_sexp_t parameters, key;
+        gcry_sexp_build(&parameters, nullptr, "(genkey (rsa (nbits %u)(transient-key)))", bits);
+        gcry_pk_genkey(&key, parameters);
+        gcry_sexp_release(parameters);
+        gcry_sexp_release(key);
+    });
+#endif
+#if QAL_BENCH_HOGWEED && QAL_BENCH_GMP
+    work.contender_apart("nettle", [bits](uint8_t *) {
+        rsa_public_key public_key;
+        rsa_private_key private_key;
+        rsa_public_key_init(&public_key);
+        rsa_private_key_init(&private_key);
+        mpz_set_ui(public_key.e, 65537);
+        rsa_generate_keypair(
+            &public_key, &private_key, nullptr,
+            [](void *, size_t size, uint8_t *out) { generate(out, static_cast<uint32_t>(size)); },
+            nullptr, nullptr, bits, 0);
+        rsa_public_key_clear(&public_key);
+        rsa_private_key_clear(&private_key);
+    });
+#endif
+#if QAL_BENCH_BOTAN
+    work.contender_apart("botan", [bits](uint8_t *) {
+        const Botan::RSA_PrivateKey key(botan_generator(), bits);
+        benchmark::DoNotOptimize(&key);
+    });
+#endif
+#if QAL_BENCH_CRYPTOPP
+    work.contender_apart("crypto++", [bits](uint8_t *) {
+        CryptoPP::InvertibleRSAFunction key;
+        key.Initialize(cryptopp_generator(), bits, 65537);
+    });
+#endif
+}
+
 } // namespace
 
 int main(int argc, char **argv)
 {
-    set_up_peers();
     rsa_gen_rnd = generate;
     std::vector<Key> keys;
-    for (const uint32_t bits : {512u, 1024u, 1536u, 2048u})
-        keys.emplace_back(bits);
-    for (const Key &key : keys)
-        add_private(key);
-    for (const Key &key : keys)
-        add_public(key);
-    for (const uint32_t bits : {256u, 512u, 768u, 1024u})
-        add_candidates(bits);
-    return run_benchmarks(argc, argv);
+    return run_benchmarks(argc, argv, [&] {
+        for (const uint32_t bits : {512u, 1024u, 1536u, 2048u})
+            keys.emplace_back(bits);
+        for (const Key &key : keys)
+            add_private(key);
+        for (const Key &key : keys)
+            add_public(key);
+        for (const uint32_t bits : {256u, 512u, 768u, 1024u})
+            add_candidates(bits);
+        for (const uint32_t bits : {1024u, 2048u})
+            add_generation(bits);
+    });
 }

@@ -10,14 +10,10 @@
 #undef streebog512_digest
 #endif
 
-#include "base/cpu.hpp"
-#include "ru/streebog_kernels.hpp"
 #include "support/peers.hpp"
 #include "support/workload.hpp"
 
 #include <qal/streebog.h>
-
-#include <cstring>
 
 #if QAL_BENCH_GCRYPT
 #include <gcrypt.h>
@@ -27,31 +23,8 @@
 #endif
 
 using namespace qal::bench;
-using namespace qal::ru;
 
 namespace {
-
-// The library's own path, with the compression given instead of chosen.
-template<auto blocks, size_t size>
-void hash_with(uint8_t *out, const Bytes &message)
-{
-    streebog_ctx ctx;
-    size == 64 ? streebog512_init(&ctx) : streebog256_init(&ctx);
-    const size_t rest = message.size() % 64;
-    blocks(&ctx, message.data(), message.size() / 64, 512);
-    uint8_t block[64] = {};
-    if (rest > 0)
-        std::memcpy(block, message.data() + message.size() - rest, rest);
-    block[rest] = 1;
-    blocks(&ctx, block, 1, 8 * rest);
-    streebog_ctx sums = ctx;
-    std::memset(sums.N, 0, sizeof sums.N);
-    std::memcpy(block, ctx.N, 64);
-    blocks(&sums, block, 1, 0);
-    std::memcpy(block, ctx.sigma, 64);
-    blocks(&sums, block, 1, 0);
-    std::memcpy(out, sums.h + 64 - size, size);
-}
 
 template<size_t size>
 void add(const Bytes &message)
@@ -65,14 +38,6 @@ void add(const Bytes &message)
         streebog512_update(&ctx, message.data(), message.size());
         wide ? streebog512_final(out, &ctx) : streebog256_final(out, &ctx);
     });
-    work.contender("qal-portable",
-                   [&](uint8_t *out) { hash_with<streebog_blocks_portable, size>(out, message); });
-    work.contender_if(
-        qal::base::has_bits(qal::base::cpu_features(), qal::base::cpu_avx2 | qal::base::cpu_gfni),
-        "qal-avx2-gfni",
-        [&](uint8_t *out) { hash_with<streebog_blocks_avx2_gfni, size>(out, message); });
-    work.contender_if(qal::base::cpu_features() & qal::base::cpu_avx512, "qal-avx512",
-                      [&](uint8_t *out) { hash_with<streebog_blocks_avx512, size>(out, message); });
 #if QAL_BENCH_GCRYPT
     work.contender("libgcrypt", [&](uint8_t *out) {
         gcry_md_hash_buffer(wide ? GCRY_MD_STRIBOG512 : GCRY_MD_STRIBOG256, out, message.data(),
@@ -110,13 +75,13 @@ void add(const Bytes &message)
 
 int main(int argc, char **argv)
 {
-    set_up_peers();
     std::vector<Bytes> messages;
-    for (const size_t size : {size_t{64}, size_t{1} << 10, size_t{64} << 10, size_t{1} << 20})
-        messages.push_back(random_bytes(size));
-    for (const Bytes &message : messages) {
-        add<64>(message);
-        add<32>(message);
-    }
-    return run_benchmarks(argc, argv);
+    for (const size_t size : message_sizes)
+        messages.push_back(material("message", size));
+    return run_benchmarks(argc, argv, [&] {
+        for (const Bytes &message : messages) {
+            add<64>(message);
+            add<32>(message);
+        }
+    });
 }

@@ -1,16 +1,16 @@
 // Contenders for the same work on the same input, as benchmarks named workload/size/contender.
 //
 // Every contender's result is compared with the first one's before anything is timed: a program in
-// which two disagree measures nothing and fails.
+// which two disagree measures nothing and fails. What stands in several programs takes its input
+// from material(), and compare.py compares the results.
 #pragma once
 
 #include <benchmark/benchmark.h>
 
-#include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <random>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -18,111 +18,135 @@ namespace qal::bench {
 
 using Bytes = std::vector<uint8_t>;
 
-inline Bytes random_bytes(size_t size)
-{
-    static std::mt19937_64 engine(1);
-    Bytes bytes(size);
-    for (uint8_t &byte : bytes)
-        byte = static_cast<uint8_t>(engine());
-    return bytes;
-}
+// The same bytes in every program, in whatever language, that asks for them by this name:
+// splitmix64 from the name's FNV-1a hash on, least significant byte first.
+Bytes material(const std::string &name, size_t size);
+
+// Bytes that no other program needs.
+Bytes random_bytes(size_t size);
 
 // What a size is called in a benchmark's name.
-inline std::string size_name(size_t bytes)
-{
-    if (bytes >= 1024 && bytes % 1024 == 0)
-        return bytes % (1024 * 1024) == 0 ? std::to_string(bytes >> 20) + "MiB"
-                                          : std::to_string(bytes >> 10) + "KiB";
-    return std::to_string(bytes) + "B";
-}
+std::string size_name(size_t bytes);
+
+// Sizes of messages that hashes and ciphers are measured with.
+inline constexpr size_t message_sizes[] = {64, size_t{1} << 10, size_t{64} << 10, size_t{1} << 20};
 
 class Workload {
 public:
+    // run(out) does the work once and writes the result.
+    using Run = std::function<void(uint8_t *out)>;
+
     // bytes: processed by one run, for the throughput; 0 where that means nothing.
     // result: the number of bytes that a run writes.
-    Workload(std::string name, std::string size, size_t bytes, size_t result)
-        : prefix_(std::move(name) + "/" + std::move(size) + "/"), bytes_(bytes), result_(result)
+    Workload(const std::string &name, const std::string &size, size_t bytes, size_t result)
+        : prefix_(name + "/" + size + "/"), bytes_(bytes), result_(result)
     {
     }
 
-    // run(out) does the work once and writes the result. Where that is not how the contender gives
-    // its results, fetch(out) puts it there after a run, outside of what is timed.
-    template<typename Run>
-    Workload &contender(const std::string &name, Run run)
+    // For work of which one run differs much from the next: at least so long in each round.
+    Workload &at_least(double seconds)
     {
-        return contender(name, run, [](uint8_t *) {});
-    }
-    template<typename Run, typename Fetch>
-    Workload &contender(const std::string &name, Run run, Fetch fetch)
-    {
-        Bytes out(result_);
-        run(out.data());
-        fetch(out.data());
-        if (expected_.empty())
-            expected_ = out;
-        if (out != expected_) {
-            std::fprintf(stderr, "%s%s: the result differs\n", prefix_.c_str(), name.c_str());
-            std::exit(1);
-        }
-        return contender_apart(name, run);
-    }
-
-    // For the same amount of work with another result: a parameter that the other library does not
-    // have. Nothing is compared.
-    template<typename Run>
-    Workload &contender_apart(const std::string &name, Run run)
-    {
-        benchmark::RegisterBenchmark(
-            (prefix_ + name).c_str(),
-            [run, bytes = bytes_, size = result_](benchmark::State &state) {
-                Bytes result(size);
-                for (auto _ : state) {
-                    run(result.data());
-                    benchmark::DoNotOptimize(result.data());
-                    benchmark::ClobberMemory();
-                }
-                if (bytes > 0)
-                    state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) *
-                                            static_cast<int64_t>(bytes));
-            });
+        seconds_ = seconds;
         return *this;
     }
 
-    // The same where the processor may lack what the variant needs.
-    template<typename Run>
-    Workload &contender_if(bool possible, const std::string &name, Run run)
+    template<typename Body>
+    Workload &contender(const std::string &name, Body run)
     {
-        return possible ? contender(name, run) : *this;
+        return contender(name, run, [](uint8_t *) {});
+    }
+
+    // Where run does not write the result, fetch(out) puts it there after a run, outside of what is
+    // timed.
+    template<typename Body>
+    Workload &contender(const std::string &name, Body run, const Run &fetch)
+    {
+        if (takes_part(name)) {
+            compare(name, run, fetch);
+            measure(name, run, true);
+        }
+        return *this;
+    }
+
+    // For the same amount of work with another result: a parameter that the other library does not
+    // have, random numbers that nobody gives it. Nothing is compared.
+    template<typename Body>
+    Workload &contender_apart(const std::string &name, Body run)
+    {
+        if (takes_part(name)) {
+            Bytes out(result_);
+            run(out.data());
+            measure(name, run, false);
+        }
+        return *this;
+    }
+
+    // For work that uses up what prepare() made, which is not timed, in so many runs.
+    template<typename Prepare, typename Body>
+    Workload &contender_prepared(const std::string &name, size_t runs, Prepare prepare, Body run)
+    {
+        if (!takes_part(name))
+            return *this;
+        prepare();
+        compare(name, run, [](uint8_t *) {});
+        add(name, true, [run, prepare, runs, size = result_](benchmark::State &state) {
+            Bytes result(size);
+            size_t left = 0;
+            for (auto _ : state) {
+                if (left-- == 0) {
+                    state.PauseTiming();
+                    prepare();
+                    left = runs - 1;
+                    state.ResumeTiming();
+                }
+                run(result.data());
+                benchmark::DoNotOptimize(result.data());
+                benchmark::ClobberMemory();
+            }
+        });
+        return *this;
     }
 
 private:
+    using Body = std::function<void(benchmark::State &)>;
+
+    static bool takes_part(const std::string &name);
+    void compare(const std::string &name, const Run &run, const Run &fetch);
+    void add(const std::string &name, bool compared, const Body &body) const;
+
+    template<typename Run>
+    void measure(const std::string &name, Run run, bool compared) const
+    {
+        add(name, compared, [run, bytes = bytes_, size = result_](benchmark::State &state) {
+            Bytes result(size);
+            for (auto _ : state) {
+                run(result.data());
+                benchmark::DoNotOptimize(result.data());
+                benchmark::ClobberMemory();
+            }
+            if (bytes > 0)
+                state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) *
+                                        static_cast<int64_t>(bytes));
+        });
+    }
+
     std::string prefix_;
     size_t bytes_, result_;
+    double seconds_ = 0;
     Bytes expected_;
 };
 
-// Cycles of the processor's time-stamp counter in a nanosecond.
-inline double time_stamp_frequency()
-{
-    using Clock = std::chrono::steady_clock;
-    const auto begin = Clock::now();
-    const uint64_t first = __builtin_ia32_rdtsc();
-    while (Clock::now() - begin < std::chrono::milliseconds(50)) {
-    }
-    const uint64_t cycles = __builtin_ia32_rdtsc() - first;
-    return static_cast<double>(cycles) /
-           std::chrono::duration<double, std::nano>(Clock::now() - begin).count();
-}
+// The same work by several threads at once. `make` gives each thread what it calls over and over;
+// the time is that of all, by the calls of all.
+void add_threads(const std::string &name, unsigned threads,
+                 const std::function<std::function<void()>()> &make);
 
-inline int run_benchmarks(int argc, char **argv)
-{
-    benchmark::Initialize(&argc, argv);
-    benchmark::AddCustomContext("cycles_per_ns", std::to_string(time_stamp_frequency()));
-    if (benchmark::ReportUnrecognizedArguments(argc, argv))
-        return 2;
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
-}
+// The body of every program's main(); add() adds the workloads.
+//
+// Options beside Google Benchmark's: --own=NAME has only the library itself take part, under that
+// name, for a process that is given another form of it; --serve measures on demand. A server says
+// in one line of JSON what it has, with a hash of each result that must be the same everywhere;
+// then it reads names and answers each with the nanoseconds of one run.
+int run_benchmarks(int argc, char **argv, const std::function<void()> &add);
 
 } // namespace qal::bench
