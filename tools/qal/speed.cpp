@@ -4,6 +4,7 @@
 #include "files.hpp"
 #include "workloads.hpp"
 
+#include <cpuid.h>
 #include <time.h>
 #include <x86intrin.h>
 
@@ -13,6 +14,7 @@
 #include <fstream>
 #include <map>
 #include <memory>
+#include <optional>
 
 namespace qal::tool {
 
@@ -65,10 +67,13 @@ double measured(const Workload &workload, double ns)
     return each[rounds / 2];
 }
 
-// Cycles of the time-stamp counter in a nanosecond. It runs at one speed, which is the processor's
-// own where that does not change its clock.
-double cycles_per_ns()
+// Cycles of the time-stamp counter in a nanosecond, where it is a clock: at one speed, whatever the
+// processor's own does. That is CPUID leaf 0x80000007, bit 8 of EDX.
+std::optional<double> cycles_per_ns()
 {
+    unsigned eax, ebx, ecx, edx;
+    if (__get_cpuid(0x80000007, &eax, &ebx, &ecx, &edx) == 0 || (edx & 1U << 8) == 0)
+        return std::nullopt;
     using Clock = std::chrono::steady_clock;
     const auto begin = Clock::now();
     const uint64_t first = __rdtsc();
@@ -111,7 +116,7 @@ std::string size_name(size_t bytes)
 constexpr size_t name_width = 36, column = 12;
 
 // Throughput by algorithm and size, with the cycles per byte of the longest message behind it.
-std::string throughput_table(const std::vector<Figure> &figures, double cycles)
+std::string throughput_table(const std::vector<Figure> &figures, std::optional<double> cycles)
 {
     std::vector<std::string> names;
     std::map<size_t, std::map<std::string, double>> by_size;
@@ -127,7 +132,7 @@ std::string throughput_table(const std::vector<Figure> &figures, double cycles)
     std::string table = "MB/s" + std::string(name_width - 4, ' ');
     for (const auto &[bytes, row] : by_size)
         table += padded(size_name(bytes), column);
-    table += padded("cycles/byte", column + 2) + "\n";
+    table += (cycles ? padded("cycles/byte", column + 2) : "") + "\n";
     for (const std::string &name : names) {
         table += name + std::string(name_width - name.size(), ' ');
         double per_byte = 0;
@@ -135,12 +140,12 @@ std::string throughput_table(const std::vector<Figure> &figures, double cycles)
             per_byte = row[name] / static_cast<double>(bytes);
             table += padded(text(1e3 / per_byte, 1), column);
         }
-        table += padded(text(per_byte * cycles, 2), column + 2) + "\n";
+        table += (cycles ? padded(text(per_byte * *cycles, 2), column + 2) : "") + "\n";
     }
     return table;
 }
 
-std::string call_table(const std::vector<Figure> &figures, double cycles)
+std::string call_table(const std::vector<Figure> &figures, std::optional<double> cycles)
 {
     std::string table;
     for (const Figure &figure : figures) {
@@ -148,11 +153,12 @@ std::string call_table(const std::vector<Figure> &figures, double cycles)
             continue;
         if (table.empty())
             table = "operation" + std::string(name_width - 9, ' ') + padded("us", column) +
-                    padded("per second", column) + padded("cycles", column + 2) + "\n";
+                    padded("per second", column) + (cycles ? padded("cycles", column + 2) : "") +
+                    "\n";
         table += figure.name + std::string(name_width - figure.name.size(), ' ') +
                  padded(text(figure.ns / 1e3, 3), column) +
                  padded(text(1e9 / figure.ns, 0), column) +
-                 padded(text(figure.ns * cycles, 0), column + 2) + "\n";
+                 (cycles ? padded(text(figure.ns * *cycles, 0), column + 2) : "") + "\n";
     }
     return table;
 }
@@ -170,11 +176,11 @@ std::string quoted(const std::string &text)
     return quoted + "\"";
 }
 
-std::string json(const std::vector<Figure> &figures, double cycles)
+std::string json(const std::vector<Figure> &figures, std::optional<double> cycles)
 {
-    std::string out = "{\n  \"version\": " + quoted(QAL_VERSION) +
-                      ",\n  \"processor\": " + quoted(processor()) +
-                      ",\n  \"cycles_per_ns\": " + text(cycles, 4) + ",\n  \"figures\": [";
+    std::string out =
+        "{\n  \"version\": " + quoted(QAL_VERSION) + ",\n  \"processor\": " + quoted(processor()) +
+        ",\n  \"cycles_per_ns\": " + (cycles ? text(*cycles, 4) : "null") + ",\n  \"figures\": [";
     const char *separator = "\n";
     for (const Figure &figure : figures) {
         out += std::string(separator) + "    {\"name\": " + quoted(figure.name);
@@ -192,7 +198,8 @@ void add_speed(CLI::App &app, int &status)
 {
     auto options = std::make_shared<Options>();
     CLI::App *command = app.add_subcommand("speed", "Measure the library on this machine");
-    command->footer("Cycles are those of the processor's time-stamp counter.");
+    command->footer(
+        "Cycles are those of the processor's time-stamp counter, where that has one speed.");
     command->add_option("TEXT", options->text, "Only what has this in its name")->type_name("");
     command->add_option("--seconds", options->seconds, "About how long to take, by default 4")
         ->check(CLI::Range(0.01, 3600.0))
@@ -203,7 +210,7 @@ void add_speed(CLI::App &app, int &status)
         if (workloads.empty())
             throw CLI::ValidationError("nothing has '" + options->text + "' in its name");
         const double ns = options->seconds * 1e9 / static_cast<double>(workloads.size());
-        const double cycles = cycles_per_ns();
+        const std::optional<double> cycles = cycles_per_ns();
         std::vector<Figure> figures;
         figures.reserve(workloads.size());
         for (const Workload &workload : workloads)

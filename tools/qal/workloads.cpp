@@ -1,11 +1,16 @@
 #include "workloads.hpp"
 
+#include "dstu_domains.hpp"
+#include "gost_domains.hpp"
 #include "hash.hpp"
 
 #include <qal/qal.h>
 
+#include <algorithm>
+#include <array>
 #include <memory>
 #include <random>
+#include <stdexcept>
 
 namespace qal::tool {
 
@@ -118,60 +123,266 @@ std::vector<qald> number(Material &material, size_t n, bool top)
     return x;
 }
 
+void add_key_set_up(Workloads &all, Material &material)
+{
+    const Bytes key = material.bytes(32);
+    all.add("Kuznyechik round keys", 0, [&] {
+        return [key] {
+            uint8_t rk[160];
+            kuzn_setup_keys(rk, key.data());
+        };
+    });
+    all.add("GOST 28147-89 key", 0, [&] {
+        return [key] {
+            g28147_ecb_ctx ctx;
+            g28147_ecb_init_ext(&ctx, 1, key.data(), CryptoPro_uz);
+        };
+    });
+    all.add("GOST 28147-89 S-box", 0, [&] {
+        Bytes sbox = material.bytes(128);
+        for (uint8_t &entry : sbox)
+            entry &= 15;
+        return [sbox] {
+            uint32_t tables[1024];
+            g28147_make_kext(tables, sbox.data());
+        };
+    });
+}
+
 void add_integers(Workloads &all, Material &material)
 {
     using Number = std::vector<qald>;
-    for (const size_t n : {4U, 8U, 16U, 32U}) {
-        const std::string bits = std::to_string(64 * n) + " bits";
-        const Number p = number(material, n, true), a = number(material, n, false),
-                     b = number(material, n, false);
-        const auto result = std::make_shared<Number>(QALBIG_SIZE);
-        all.add("product, " + bits, 0,
-                [&] { return [=] { qalmul(a.data(), b.data(), result->data()); }; });
-        all.add("Montgomery product, " + bits, 0, [&] {
-            const qald c = qalinverse(0 - p[1]);
-            return [=] {
-                qalmulmont(c, static_cast<uint32_t>(64 * n), p.data(), a.data(), b.data(),
-                           result->data());
+    struct Operands {
+        std::string size;
+        uint32_t bits;
+        Number p, a, b;
+        std::shared_ptr<Number> result = std::make_shared<Number>(QALBIG_SIZE);
+    };
+    std::vector<Operands> operands;
+    for (const uint32_t n : {4U, 8U, 16U, 32U})
+        operands.push_back({", " + std::to_string(64 * n) + " bits", 64 * n,
+                            number(material, n, true), number(material, n, false),
+                            number(material, n, false)});
+    for (const Operands &x : operands)
+        all.add("product" + x.size, 0,
+                [&] { return [x] { qalmul(x.a.data(), x.b.data(), x.result->data()); }; });
+    for (const Operands &x : operands)
+        all.add("square" + x.size, 0,
+                [&] { return [x] { qalsqr(x.a.data(), x.result->data()); }; });
+    for (const Operands &x : operands) {
+        all.add("division of a product" + x.size, 0, [&] {
+            Number product(QALBIG_SIZE);
+            qalmul(x.a.data(), x.b.data(), product.data());
+            return [x, product, rest = std::make_shared<Number>(QALBIG_SIZE)] {
+                qaldiv(product.data(), x.p.data(), x.result->data(), rest->data());
             };
         });
-        all.add("exponentiation, " + bits, 0, [&] {
+    }
+    for (const Operands &x : operands) {
+        all.add("Montgomery product" + x.size, 0, [&] {
+            const qald c = qalinverse(0 - x.p[1]);
+            return [x, c] {
+                qalmulmont(c, x.bits, x.p.data(), x.a.data(), x.b.data(), x.result->data());
+            };
+        });
+    }
+    for (const Operands &x : operands) {
+        all.add("exponentiation" + x.size, 0, [&] {
             const auto work = std::make_shared<Number>(18 * QALBIG_SIZE);
-            return [=] { qalpowmod(work->data(), a.data(), b.data(), p.data(), result->data()); };
+            return [x, work] {
+                qalpowmod(work->data(), x.a.data(), x.b.data(), x.p.data(), x.result->data());
+            };
         });
     }
 }
 
-// Keys of odd numbers: whether they are primes makes no difference to the time.
+// Numbers for keys and for the secrets of signatures, as the library asks for them.
+int generate(uint8_t *buf, uint32_t len)
+{
+    static Material material;
+    const Bytes bytes = material.bytes(len);
+    std::copy(bytes.begin(), bytes.end(), buf);
+    return 0;
+}
+
+void require(int code)
+{
+    if (code != 0)
+        throw std::logic_error("an operation to measure fails with code " + std::to_string(code));
+}
+
+struct RsaKey {
+    Bytes private_key, public_key;
+
+    explicit RsaKey(uint32_t bits) : private_key(5 * bits / 16 + 10), public_key(bits / 8 + 7)
+    {
+        const rsa_keygen_ctx ctx = make(bits);
+        require(
+            rsa_get_privkey(&ctx, private_key.data(), static_cast<uint32_t>(private_key.size())));
+        require(rsa_get_pubkey(&ctx, public_key.data(), static_cast<uint32_t>(public_key.size())));
+    }
+
+    static rsa_keygen_ctx make(uint32_t bits)
+    {
+        rsa_keygen_ctx ctx;
+        rsa_gen_rnd = generate;
+        require(rsa_keygen_init(&ctx, bits));
+        Bytes random(bits / 16);
+        do
+            generate(random.data(), bits / 16);
+        while (rsa_keygen(&ctx, random.data(), bits / 16) != 0);
+        return ctx;
+    }
+};
+
 void add_rsa(Workloads &all, Material &material)
 {
-    const auto append = [](Bytes &key, const qald *x) {
-        const size_t size = key.size();
-        key.resize(size + 2 + qalbitlen(x, 8));
-        save_rsa_key_prm(key.data() + size, x);
-    };
-    for (const size_t n : {4U, 8U, 12U, 16U}) {
-        const std::string bits = std::to_string(128 * n) + " bits";
-        const std::vector<qald> p = number(material, n, true), q = number(material, n, true),
-                                part = number(material, n, false);
-        std::vector<qald> product(QALBIG_SIZE), e(2);
-        Bytes private_key, public_key;
-        for (const qald *x : {p.data(), q.data(), part.data(), part.data(), part.data()})
-            append(private_key, x);
-        append(public_key, qalmul(p.data(), q.data(), product.data()));
-        append(public_key, qalconvert(e.data(), 65537));
-        const Bytes message = material.bytes(16 * n);
+    for (const uint32_t bits : {512U, 1024U, 1536U, 2048U}) {
+        const std::string size = ", " + std::to_string(bits) + " bits";
+        Bytes message = material.bytes(bits / 8);
+        message.front() = 0; // below the modulus
         const auto result = std::make_shared<Bytes>(message.size());
-        all.add("RSA private, " + bits, 0, [&] {
-            return [=] {
-                rsa_sign(result->data(), message.data(), static_cast<int32_t>(message.size()),
-                         private_key.data());
+        all.add("RSA private" + size, 0, [&] {
+            return [key = RsaKey(bits), message, result] {
+                require(rsa_sign(result->data(), message.data(),
+                                 static_cast<int32_t>(message.size()), key.private_key.data()));
             };
         });
-        all.add("RSA public, " + bits, 0, [&] {
-            return [=] {
-                rsa_encrypt(result->data(), message.data(), static_cast<uint32_t>(message.size()),
-                            public_key.data());
+        all.add("RSA public" + size, 0, [&] {
+            return [key = RsaKey(bits), message, result] {
+                require(rsa_encrypt(result->data(), message.data(),
+                                    static_cast<uint32_t>(message.size()), key.public_key.data()));
+            };
+        });
+        all.add("RSA key" + size, 0, [&] { return [bits] { RsaKey::make(bits); }; });
+    }
+}
+
+void add_gost(Workloads &all, Material &material)
+{
+    struct Party {
+        rds_ctx ctx = named_domain(domain_names().front()).ctx;
+        Bytes d, k, digest, ukm, pub = Bytes(64), sig = Bytes(64);
+    };
+    const auto party = std::make_shared<Party>();
+    for (Bytes *number : {&party->d, &party->k, &party->digest}) {
+        *number = material.bytes(32);
+        number->front() &= 0x3f; // below the order
+    }
+    party->ukm = material.bytes(8);
+    require(rds_gen_keys(&party->ctx, party->d.data(), party->pub.data()));
+    require(rds_sign(&party->ctx, party->d.data(), party->k.data(), party->digest.data(),
+                     party->sig.data()));
+    const std::string name = "GOST R 34.10-2001 ";
+    all.add(name + "curve", 0, [&] {
+        std::array<Bytes, 6> x;
+        x.fill(Bytes(32));
+        require(rds_get_prms(&party->ctx, x[0].data(), x[1].data(), x[2].data(), x[3].data(),
+                             x[4].data(), x[5].data()));
+        return [x] {
+            rds_ctx ctx;
+            require(rds_init(&ctx, x[0].data(), x[1].data(), x[2].data(), x[3].data(), x[4].data(),
+                             x[5].data()));
+        };
+    });
+    all.add(name + "key", 0, [&] {
+        return [party, pub = std::make_shared<Bytes>(64)] {
+            require(rds_gen_keys(&party->ctx, party->d.data(), pub->data()));
+        };
+    });
+    all.add(name + "sign", 0, [&] {
+        return [party, sig = std::make_shared<Bytes>(64)] {
+            require(rds_sign(&party->ctx, party->d.data(), party->k.data(), party->digest.data(),
+                             sig->data()));
+        };
+    });
+    all.add(name + "verify", 0, [&] {
+        return [party] {
+            require(rds_verify(&party->ctx, party->pub.data(), party->digest.data(),
+                               party->sig.data()));
+        };
+    });
+    all.add(name + "agree", 0, [&] {
+        return [party] {
+            uint8_t kek[32];
+            require(vko341001_gen_kek(&party->ctx, kek, party->d.data(), party->pub.data(),
+                                      party->ukm.data()));
+        };
+    });
+}
+
+// The pool is empty but where the name says that it is full.
+struct DstuParty {
+    dstu_ctx ctx;
+    dstu_bspool pool, full;
+    Bytes priv, pub, sig, hash;
+
+    DstuParty(const DstuDomain &domain, Material &material) : hash(material.bytes(32))
+    {
+        set_up(ctx, domain);
+        priv.resize(static_cast<size_t>(ctx.key_len));
+        pub.resize(static_cast<size_t>(ctx.field_len));
+        sig.resize(static_cast<size_t>(ctx.sig_len));
+        require(dstu_bspool_init(&pool, &ctx, generate));
+        make_key(priv, pub);
+        sign(pool);
+        require(dstu_bspool_init(&full, &ctx, generate));
+        while (full.ready != (1U << std::size(full.slot)) - 1)
+            dstu_bspool_step(&full);
+    }
+
+    void make_key(Bytes &d, Bytes &q)
+    {
+        int32_t d_size = ctx.key_len, q_size = ctx.field_len;
+        require(dstu_gen_keys(&ctx, &pool, &d_size, d.data(), &q_size, q.data()));
+    }
+
+    void sign(dstu_bspool &from)
+    {
+        int32_t size = ctx.sig_len;
+        require(
+            dstu_sign(&ctx, &from, ctx.key_len, priv.data(), 256, hash.data(), &size, sig.data()));
+    }
+};
+
+void add_dstu(Workloads &all, Material &material)
+{
+    for (const DstuDomain &domain : dstu_domains()) {
+        const auto called = [&](const char *operation) {
+            std::string name = "DSTU 4145-2002 ";
+            return name.append(operation).append(", ").append(domain.name);
+        };
+        const auto make = [&] { return std::make_shared<DstuParty>(domain, material); };
+        all.add(called("curve"), 0, [&] {
+            return [&domain] {
+                dstu_ctx ctx;
+                set_up(ctx, domain);
+            };
+        });
+        all.add(called("key"), 0, [&] {
+            return [party = make(), d = std::make_shared<Bytes>(64),
+                    q = std::make_shared<Bytes>(64)] { party->make_key(*d, *q); };
+        });
+        all.add(called("sign"), 0, [&] { return [party = make()] { party->sign(party->pool); }; });
+        // With the copying of a pool.
+        all.add(called("sign, full pool"), 0, [&] {
+            return [party = make()] {
+                party->pool = party->full;
+                party->sign(party->pool);
+            };
+        });
+        all.add(called("verify"), 0, [&] {
+            return [party = make()] {
+                require(dstu_verify(&party->ctx, party->ctx.field_len, party->pub.data(), 256,
+                                    party->hash.data(), party->ctx.sig_len, party->sig.data()));
+            };
+        });
+        all.add(called("agree"), 0, [&] {
+            return [party = make()] {
+                int32_t size;
+                uint8_t secret[64];
+                require(dhua_zz(&party->ctx, party->ctx.key_len, party->priv.data(),
+                                party->ctx.field_len, party->pub.data(), 0, &size, secret));
             };
         });
     }
@@ -185,8 +396,11 @@ std::vector<Workload> make_workloads(const std::string &text)
     Material material;
     add_hashes(all, material);
     add_ciphers(all, material);
+    add_key_set_up(all, material);
     add_integers(all, material);
     add_rsa(all, material);
+    add_gost(all, material);
+    add_dstu(all, material);
     return all.take();
 }
 
