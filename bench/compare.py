@@ -139,7 +139,8 @@ def processor():
 
 
 def record(rows, cycles_per_ns, rounds):
-    """The table with what it was measured on: processor, date, versions."""
+    """The figures with what they were measured on: processor, date, versions."""
+    figures = dict.fromkeys(row[:4] for row in rows)
     return {
         "processor": processor(),
         "processors": len(os.sched_getaffinity(0)),
@@ -148,9 +149,7 @@ def record(rows, cycles_per_ns, rounds):
         "date": datetime.date.today().isoformat(),
         "system": platform.freedesktop_os_release().get("PRETTY_NAME", platform.system()),
         "versions": {name: package_version(package) for name, package in PEERS.items()},
-        "rows": [
-            dict(zip(("workload", "size", "contender", "ns", "peer", "ratio"), row)) for row in rows
-        ],
+        "rows": [dict(zip(("workload", "size", "contender", "ns"), row)) for row in figures],
     }
 
 

@@ -181,7 +181,7 @@ void add(const char *domain, const char *neighbour, int curve)
         [maker](uint8_t *out) { maker->generate(maker->first_ready(), out); });
 #if QAL_BENCH_CRYPTO
     auto *const peer = new Peer(curve);
-    const std::string name = std::string("openssl-") + neighbour;
+    const std::string name = std::string("openssl:") + neighbour;
     // With the library's check, that the order times the base point is at infinity.
     set_up_curve.contender_apart(name, answering([peer] {
                                      EC_GROUP *const group =

@@ -406,7 +406,7 @@ void add_agreement(const Setting &s)
     });
 #if QAL_BENCH_HOGWEED
     static const Nettle nettle(s);
-    work.contender_apart("nettle-point", [](uint8_t *) {
+    work.contender_apart("nettle:point", [](uint8_t *) {
         uint8_t point[64];
         gostdsa_vko(&nettle.d, &nettle.peer, nettle.ukm.size(), nettle.ukm.data(), point);
         benchmark::DoNotOptimize(point);

@@ -412,12 +412,12 @@ public final class Peer {
         }
     }
 
-    /** Runs until the compiler has nothing to add: for half a second, and until three tries bring nothing. */
+    /** Runs until the compiler has nothing to add: for a second, and until three tries bring nothing. */
     private static void warmUp(Work work) {
         double best = Double.MAX_VALUE;
         int stale = 0;
         long begin = System.nanoTime();
-        for (double passed = 0; passed < 5e9 && (passed < 5e8 || stale < 3); passed = System.nanoTime() - begin) {
+        for (double passed = 0; passed < 5e9 && (passed < 1e9 || stale < 3); passed = System.nanoTime() - begin) {
             double ns = measured(work, 5e7);
             stale = ns < 0.97 * best ? 0 : stale + 1;
             best = Math.min(best, ns);

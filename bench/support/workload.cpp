@@ -194,6 +194,8 @@ int run_benchmarks(int argc, char **argv, const std::function<void()> &add)
         benchmark::AddCustomContext("cycles_per_ns", std::to_string(time_stamp_frequency()));
         benchmark::RunSpecifiedBenchmarks();
     }
+    // What contenders hold goes before the libraries do.
+    benchmark::ClearRegisteredBenchmarks();
     benchmark::Shutdown();
     return 0;
 }
