@@ -440,6 +440,14 @@ void add_set_up()
         gcry_ctx_release(curve);
     });
 #endif
+#if QAL_BENCH_BOTAN
+    work.contender("botan", [](uint8_t *) {
+        const auto number = [](const Bytes &bytes) { return Botan::BigInt(bytes.data(), 32); };
+        const Botan::EC_Group group(number(domain.p), number(domain.a), number(domain.b),
+                                    number(domain.x), number(domain.y), number(domain.q), 1);
+        benchmark::DoNotOptimize(&group);
+    });
+#endif
 #if QAL_BENCH_CRYPTO
     work.contender("openssl", [](uint8_t *) {
         const auto number = [](const Bytes &bytes) { return BN_bin2bn(bytes.data(), 32, nullptr); };

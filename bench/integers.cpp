@@ -18,10 +18,12 @@
 #if QAL_BENCH_BOTAN
 #include <botan/bigint.h>
 #include <botan/divide.h>
+#include <botan/monty.h>
 #include <botan/numthry.h>
 #endif
 #if QAL_BENCH_CRYPTOPP
 #include <cryptopp/integer.h>
+#include <cryptopp/modarith.h>
 #include <cryptopp/nbtheory.h>
 #endif
 
@@ -300,6 +302,27 @@ void add_montgomery(size_t n)
     square.contender(
         "openssl", [=](uint8_t *) { BN_mod_mul_montgomery(z, x, x, form, context()); },
         [=](uint8_t *out) { fetch(out, z, n); });
+#endif
+#if QAL_BENCH_BOTAN
+    auto *const parameters = new Botan::Montgomery_Params(botan_number(p));
+    auto *const space = new Botan::secure_vector<Botan::word>;
+    auto *const bz = new Botan::BigInt;
+    const Botan::BigInt ba = botan_number(a), bb = botan_number(b);
+    const auto fetch_botan = [=](uint8_t *out) { fetch(out, *bz); };
+    product.contender(
+        "botan", [=](uint8_t *) { *bz = parameters->mul(ba, bb, *space); }, fetch_botan);
+    square.contender(
+        "botan", [=](uint8_t *) { *bz = parameters->sqr(ba, *space); }, fetch_botan);
+#endif
+#if QAL_BENCH_CRYPTOPP
+    auto *const representation = new CryptoPP::MontgomeryRepresentation(cryptopp_number(p));
+    auto *const cz = new CryptoPP::Integer;
+    const CryptoPP::Integer ca = cryptopp_number(a), cb = cryptopp_number(b);
+    const auto fetch_cryptopp = [=](uint8_t *out) { fetch(out, *cz); };
+    product.contender(
+        "crypto++", [=](uint8_t *) { *cz = representation->Multiply(ca, cb); }, fetch_cryptopp);
+    square.contender(
+        "crypto++", [=](uint8_t *) { *cz = representation->Square(ca); }, fetch_cryptopp);
 #endif
 }
 

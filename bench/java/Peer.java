@@ -348,7 +348,7 @@ public final class Peer {
         for (int bits : new int[] {512, 1024, 1536, 2048}) {
             addRsa(bits);
         }
-        for (int bits : new int[] {1024, 2048}) {
+        for (int bits : new int[] {512, 1024, 1536, 2048}) {
             int certainty = bits <= 1024 ? 80 : 96 + 16 * ((bits - 1) / 1024);
             byte[] none = new byte[0];
             RSAKeyPairGenerator generator = new RSAKeyPairGenerator();
@@ -453,7 +453,7 @@ public final class Peer {
                 warmUp(benchmark.work);
                 benchmark.warm = true;
             }
-            System.out.println(measured(benchmark.work, name.startsWith("rsa-keygen") ? Math.max(least, 3e8) : least));
+            System.out.println(measured(benchmark.work, name.startsWith("rsa-keygen") ? Math.max(least, 2e8) : least));
         }
     }
 }

@@ -2,6 +2,7 @@
 
 #include "support/peers.hpp"
 
+#include <algorithm>
 #include <chrono>
 #include <cstring>
 #include <iostream>
