@@ -2,6 +2,7 @@
 #include "domain.hpp"
 #include "qalec/scalars256.hpp"
 #include "support/marked_stack.hpp"
+#include "support/numbers.hpp"
 #include "support/vectors.hpp"
 
 #include <qal/g28147.h>
@@ -218,6 +219,23 @@ TEST_F(Wiping, Dstu4145)
         });
         EXPECT_FALSE(stack.holds(body(priv))) << "signing";
         EXPECT_FALSE(stack.holds(body(drawn))) << "signing";
+        // What is added to the one-time secret, in both forms in which it is computed.
+        const auto number = [](const uint8_t *bytes, size_t size) {
+            mpz_class value;
+            mpz_import(value.get_mpz_t(), size, -1, 1, 0, 0, bytes);
+            return value;
+        };
+        const mpz_class n = value_of(ctx.n);
+        const mpz_class share =
+            number(priv.data(), priv.size()) * number(sig.data(), sig.size() / 2) % n;
+        mpz_class inverse = power_of_two(64 * ctx.n[0]);
+        mpz_invert(inverse.get_mpz_t(), inverse.get_mpz_t(), n.get_mpz_t());
+        for (const mpz_class &form : {share, mpz_class(share * inverse % n)}) {
+            Bytes bytes(16);
+            mpz_export(bytes.data(), nullptr, -1, 8, -1, 0,
+                       mpz_class(form % power_of_two(128)).get_mpz_t());
+            EXPECT_FALSE(stack.holds(bytes)) << "signing";
+        }
         ASSERT_EQ(dstu_verify(&ctx, pub_len, pub.data(), 256, hash.data(), sig_len, sig.data()), 0);
         stack.run([&] {
             while (dstu_bspool_step(&pool) == 0) {
