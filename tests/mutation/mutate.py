@@ -311,7 +311,8 @@ class Copy:
 def share(results):
     caught = sum(result["result"] == CAUGHT for result in results)
     survived = sum(result["result"] == SURVIVED for result in results)
-    return f"{caught} of {caught + survived}" + (f" ({100 * caught / (caught + survived):.1f} %)" if caught + survived else "")
+    tried = caught + survived
+    return f"{caught} of {tried}" + (f" ({100 * caught / tried:.1f} %)" if tried else "")
 
 
 def summary(results):
@@ -329,8 +330,9 @@ def summary(results):
 
 
 def described(result):
-    text = f"{result['result']:10} {result['file']}:{result['line']}\n    - {result['before'].strip()}\n    + {result['after'].strip()}"
-    return text + (f"\n    {result['by']}" if result["by"] else "")
+    lines = [f"{result['result']:10} {result['file']}:{result['line']}",
+             f"    - {result['before'].strip()}", f"    + {result['after'].strip()}"]
+    return "\n".join(lines + ([f"    {result['by']}"] if result["by"] else []))
 
 
 def main(arguments):
@@ -350,6 +352,8 @@ def main(arguments):
     possible = [change for change in everything if any(fnmatch.fnmatch(change.file, p) for p in patterns)]
     record = options.work / "results.json"
     if options.survivors:
+        if not record.exists():
+            sys.exit("mutate: there was no run before")
         survived = {(r["file"], r["before"].strip(), r["after"].strip())
                     for r in json.loads(record.read_text()) if r["result"] == SURVIVED}
         chosen = [change for change in possible if change.texts in survived]

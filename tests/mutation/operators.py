@@ -70,10 +70,12 @@ def _word_swaps():
 
 
 SWAPS = _word_swaps()
-STATEMENT = re.compile(r"\s*(?!return\b|using\b|typedef\b|extern\b|namespace\b|goto\b|case\b|static_assert\b)[^#\s{}][^{}]*;\s*$")
+STATEMENT = re.compile(r"\s*(?!(?:return|using|typedef|extern|namespace|goto|case|static_assert)\b)"
+                       r"[^#\s{}][^{}]*;\s*$")
 ARRAY = re.compile(r"^\s*(?:(?:const|constexpr|static|alignas\(\w+\)) )*(?!return\b)[A-Za-z_][\w:]*(?:<[^;]*>)? "
                    r"\*?\w+(?:\[[^]]*\])+(?:, \w+(?:\[[^]]*\])+)*(?=;| = )")
-DECLARATION = re.compile(r"\s*(?:const(?:expr)?|static|\[\[|alignas|unsigned|auto)\b|\s*[\w:<>]+\s[\s*&]*\w+(?:\[[^=]*|\s*\{.*)?;")
+DECLARATION = re.compile(r"\s*(?:const(?:expr)?|static|\[\[|alignas|unsigned|auto)\b|"
+                         r"\s*[\w:<>]+\s[\s*&]*\w+(?:\[[^=]*|\s*\{.*)?;")
 
 
 def _numbers(token):
@@ -136,7 +138,7 @@ def _assembly_line(line, code):
     if found is None or not line[:1].isspace() and not re.match(r"\d+:", line):
         return
     head, mnemonic, rest = found.groups()
-    if mnemonic.startswith((".", "QAL_", "SAVE_", "RESTORE_")) or head.rstrip().endswith(".") or code.lstrip().startswith("."):
+    if code.lstrip().startswith(".") or mnemonic.startswith(("QAL_", "SAVE_", "RESTORE_")):
         return
 
     def line_with(name, operands=rest):
