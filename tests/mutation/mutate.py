@@ -10,10 +10,10 @@ What survived and was found to do nothing stands, with the reason, in equivalent
 import argparse
 import collections
 import fnmatch
+import hashlib
 import json
 import os
 import pathlib
-import random
 import re
 import resource
 import shlex
@@ -72,13 +72,19 @@ def all_changes(root, patterns):
 
 
 def sample(changes, count, seed):
-    """At most one change of a line, every line being as likely as any other, in a random order."""
+    """At most one change of a line, every line being as likely as any other, in a random order.
+
+    Hashes choose, so that an edit of one line does not change what is chosen of the others.
+    """
+
+    def chance(*what):
+        return hashlib.sha256(repr((seed, *what)).encode()).digest()
+
     lines = collections.defaultdict(list)
     for change in changes:
-        lines[change.file, change.line].append(change)
-    chance = random.Random(seed)
-    chosen = chance.sample(sorted(lines), min(count, len(lines)))
-    return [chance.choice(lines[line]) for line in chosen]
+        lines[change.file, change.before.strip(), change.above, change.line].append(change)
+    chosen = sorted(lines, key=lambda line: (chance(*line[:3]), line))[:count]
+    return [min(lines[line], key=lambda change: chance(*change.texts)) for line in chosen]
 
 
 def read_equivalent(path=EQUIVALENT):

@@ -75,7 +75,7 @@ STATEMENT = re.compile(r"\s*(?!(?:return|using|typedef|extern|namespace|goto|cas
 ARRAY = re.compile(r"^\s*(?:(?:const|constexpr|static|alignas\(\w+\)) )*(?!return\b)[A-Za-z_][\w:]*(?:<[^;]*>)? "
                    r"\*?\w+(?:\[[^]]*\])+(?:, \w+(?:\[[^]]*\])+)*(?=;| = )")
 DECLARATION = re.compile(r"\s*(?:const(?:expr)?|static|\[\[|alignas|unsigned|auto)\b|"
-                         r"\s*[\w:<>]+\s[\s*&]*\w+(?:\[[^=]*|\s*\{.*)?;")
+                         r"\s*(?:[\w:<>]+ )+[*&]*\w+(?:\[[^]]*\])*(?:;| = |\(|\{)")
 
 
 def _numbers(token):
@@ -114,7 +114,7 @@ def _cxx_line(line, code, opens_statement):
     condition = re.match(r"\s*(?:\} else )?(?:if|while) (?:constexpr )?\((.*)\)(?: \{)?\s*$", code)
     if condition and "QAL_REQUIRE" not in code:
         yield replaced(condition.start(1), condition.end(1), f"!({line[condition.start(1):condition.end(1)]})")
-    for match in re.finditer(r"(?<=[=(,] )?~(?=\w|\()", code):
+    for match in re.finditer(r"~(?!\w+\(\) (?:\{|=))(?=\w|\()", code):
         yield replaced(match.start(), match.end(), "")
     if opens_statement and STATEMENT.match(code) and code.count("(") == code.count(")") and not DECLARATION.match(code):
         indent = len(code) - len(code.lstrip())

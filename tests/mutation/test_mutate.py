@@ -34,6 +34,10 @@ class Operators(unittest.TestCase):
         self.assertEqual(after("    if (f(x)) {"), ["if (!(f(x))) {"])
         self.assertEqual(after("    wipe(&x, size);"), [";"])
         self.assertEqual(after("    uint64_t carry;"), [])
+        self.assertEqual(after("    qald *r = a;"), [])
+        self.assertEqual(after("int f(int x);"), [])
+        self.assertEqual(after("    *r = a;"), [";"])
+        self.assertEqual(after("    ~Secret() { wipe(); }"), [])
         self.assertEqual(after("    f(x,\n      y);"), [])
 
     def test_carries_and_intrinsics(self):
@@ -85,6 +89,11 @@ class Sample(unittest.TestCase):
         self.assertNotEqual(first, mutate.sample(CHANGES, 10, 2))
         self.assertEqual(len({change.line for change in first}), 10)
         self.assertEqual(len(mutate.sample(CHANGES, 100, 1)), 50)
+
+    def test_is_not_disturbed_by_edits(self):
+        rest = [change for change in CHANGES if change.line != 7]
+        whole = [change for change in mutate.sample(CHANGES, 50, 1) if change.line != 7]
+        self.assertEqual(whole, mutate.sample(rest, 50, 1))
 
 
 class Equivalent(unittest.TestCase):
