@@ -191,6 +191,22 @@ int known_random(uint8_t *buf, uint32_t len)
 
 } // namespace
 
+// The copy of a point in which its multiple is made.
+TEST_F(Wiping, PointsOfBinaryCurves)
+{
+    for (const char *name : {"m163", "m191", "m257", "m431"}) {
+        SCOPED_TRACE(name);
+        dstu_ctx ctx;
+        set_up_domain(ctx, name);
+        qale2point twice;
+        stack.run([&] { qale2pd(&ctx.curve, &twice, &ctx.G); });
+        for (const qal2d *coordinate : {twice.X, twice.Y, twice.Z}) {
+            const auto *bytes = reinterpret_cast<const uint8_t *>(coordinate + 1);
+            EXPECT_FALSE(stack.holds(Bytes(bytes, bytes + 16)));
+        }
+    }
+}
+
 TEST_F(Wiping, Dstu4145)
 {
     source = &random;
