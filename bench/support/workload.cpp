@@ -177,7 +177,8 @@ void add_threads(const std::string &name, unsigned threads,
                                          run();
                                  })
         ->Threads(static_cast<int>(threads))
-        ->UseRealTime();
+        ->UseRealTime() // of the machine with all that it does: the more of it, the steadier
+        ->MinTime(0.1);
 }
 
 int run_benchmarks(int argc, char **argv, const std::function<void()> &add)
