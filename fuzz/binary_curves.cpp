@@ -137,6 +137,37 @@ void check_elements(Input &in)
     }
 }
 
+// Modulo any trinomial or pentanomial, not only those with a reduction of their own.
+void check_inverses(Input &in)
+{
+    const auto between = [&](uint32_t least, uint32_t most) {
+        return least + static_cast<uint32_t>(in.below(most - least + 1));
+    };
+    ModelField field{between(4, 431), 0, 0, 0};
+    if (field.m % 32 == 0)
+        field.m--;
+    field.a = between(3, field.m - 1);
+    if (in.flag()) {
+        field.b = between(2, field.a - 1);
+        field.c = between(1, field.b - 1);
+    }
+    const Poly x = element(in, field);
+    // Others have no inverse, and there is no end to the search for it.
+    Poly a = field.modulus(), b = x;
+    while (b != 0) {
+        a = remainder(a, b);
+        std::swap(a, b);
+    }
+    if (a != 1)
+        return;
+    const uint32_t n = field.words();
+    Polynomial u(x, n), r(power_of_two(32 * n) - 1, n);
+    ASSERT_EQ(qal2invm(r, u, field.m, field.a, field.b, field.c), r.words());
+    ASSERT_EQ(r.value(), field.inv(x));
+    ASSERT_EQ(qal2invm(u, u, field.m, field.a, field.b, field.c), u.words());
+    ASSERT_EQ(u.value(), field.inv(x));
+}
+
 // The ordinate of the point with x = 0.
 const Poly &root_of_b(const TestCurve &curve)
 {
@@ -274,8 +305,8 @@ void check_creation(Input &in)
 
 QAL_FUZZ_TARGET
 {
-    static constexpr decltype(&check_points) checks[] = {check_products,  check_kernels,
-                                                         check_elements,  check_points,
-                                                         check_multiples, check_creation};
+    static constexpr decltype(&check_points) checks[] = {
+        check_products,  check_kernels,  check_elements, check_points,
+        check_multiples, check_creation, check_inverses};
     in.one_of(checks)(in);
 }

@@ -28,9 +28,11 @@ struct Substitution {
         switch (in.below(4)) {
         case 0:
             break;
-        case 1:
-            bytes[in.below(128)] = in.byte();
+        case 1: {
+            const size_t at = in.below(128);
+            bytes[at] = in.byte();
             break;
+        }
         case 2:
             bytes = in.bytes(128);
             break;
@@ -48,7 +50,8 @@ struct Substitution {
             return;
         }
         if (in.byte() == 1) {
-            table[in.below(1024)] ^= static_cast<uint32_t>(in.word(4));
+            const size_t at = in.below(1024);
+            table[at] ^= static_cast<uint32_t>(in.word(4));
             f = GostModel::table(table);
             return;
         }
@@ -151,6 +154,14 @@ void check_gost28147(Input &in)
     const Bytes key = in.bytes(32);
     const GostModel model(*s.f, key);
     MarkedBytes given(key, in.below(8));
+    const uint32_t a = word_at(key, 0), b = word_at(key, 4);
+    uint32_t keys[32], x, y;
+    for (size_t i = 0; i < 32; i++)
+        keys[i] = model.key(OrderEnc[i]);
+    ASSERT_EQ(g28147_32Steps(a, b, keys, s.table.data(), &x, &y), x);
+    ASSERT_EQ(std::pair(x, y), model.cycle32({a, b}));
+    g28147_16Steps(a, b, keys, s.table.data(), &x, &y);
+    ASSERT_EQ(std::pair(x, y), model.cycle16({a, b}));
     static constexpr decltype(&check_ecb) checks[] = {check_ecb, check_gamma, check_cfb, check_mac};
     in.one_of(checks)(in, s, model, given.data());
 }

@@ -120,7 +120,8 @@ void check_keys(Input &in)
 
     // Any coordinates.
     Bytes coordinates = is_point && in.flag() ? both.contents() : in.bytes(2 * size);
-    coordinates[in.below(2 * size)] ^= in.byte();
+    const size_t changed = in.below(2 * size);
+    coordinates[changed] ^= in.byte();
     const Poly all = poly_of(coordinates), x = all & (power_of_two(8 * size) - 1);
     const ModelPoint Q{false, x, all >> (8 * size)};
     const bool is_key = length(Q.x) <= domain.model().field.m &&
@@ -171,8 +172,8 @@ void check_signing(Input &in)
             break;
         }
         default: {
-            const Bytes priv = bytes_within(scalar(in, domain.scalar_bound()),
-                                            in.flag() ? domain.key_len() : in.below(64));
+            const mpz_class near = scalar(in, domain.scalar_bound());
+            const Bytes priv = bytes_within(near, in.flag() ? domain.key_len() : in.below(64));
             const mpz_class d = poly_of(priv);
             const Bytes hash = in.bytes(1 + in.below(64));
             const auto bits = static_cast<int32_t>(in.below(8 * hash.size() + 1));
@@ -260,8 +261,8 @@ void check_agreement(Input &in)
         ctx->cofactor = in.below(6);
     const bool with_cofactor = in.flag();
     const auto edge = in.edge();
-    Bytes priv = bytes_within(scalar(in, domain.scalar_bound()),
-                              in.flag() ? domain.key_len() : in.below(128));
+    const mpz_class near = scalar(in, domain.scalar_bound());
+    const Bytes priv = bytes_within(near, in.flag() ? domain.key_len() : in.below(1200));
     Bytes pub = some_key(in, domain);
     if (in.flag())
         pub.resize(in.below(4 * domain.model().field.words() + 1));
@@ -291,11 +292,14 @@ void check_agreement(Input &in)
 // Parameters that may be anything.
 void check_domain(Input &in)
 {
-    const ModelCurve &model = published_domain(in).model();
+    const TestDomain &domain = published_domain(in);
+    const ModelCurve &model = domain.model();
     uint32_t f[4] = {model.field.m, model.field.a, model.field.b, model.field.c}, a = model.a;
     const unsigned changed = in.byte();
-    if (changed & 1)
-        f[in.below(4)] = static_cast<uint32_t>(in.below(432));
+    if (changed & 1) {
+        const size_t which = in.below(4);
+        f[which] = static_cast<uint32_t>(in.below(432));
+    }
     if (changed & 2)
         a = static_cast<uint32_t>(in.word(4));
     Poly b = model.b, n = model.n, G = model.compress(model.G);
@@ -305,6 +309,16 @@ void check_domain(Input &in)
         n = scalar(in, n);
     if (changed & 16)
         G = element(in, model.field, G);
+    if (changed & 64) {
+        // The double of a point of any order, on the curve as it was.
+        const TestCurve &test = domain.test;
+        Polynomial x(element(in, model.field, model.G.x), model.field.words());
+        qale2point P;
+        if (qale2pcr(&test.curve, &P, x, nullptr) != nullptr)
+            G = poly_of(compressed(test.curve, *qale2pd(&test.curve, &P, &P)));
+    }
+    if (changed & 128)
+        n *= 2;
     const size_t whole = (f[0] + 8) / 8;
     const auto length_in = [&](size_t usual) { return changed & 32 ? in.below(70) : usual; };
     const size_t b_len = length_in(whole), G_len = length_in(whole), n_len = length_in(whole);
@@ -358,11 +372,54 @@ void check_domain(Input &in)
               0);
 }
 
+// Each pointer in turn is null.
+void check_null_pointers(Input &in)
+{
+    const TestDomain &domain = published_domain(in);
+    const auto pool = std::make_unique<dstu_bspool>();
+    ASSERT_EQ(dstu_bspool_init(pool.get(), domain, RandomSource::fill), 0);
+    ASSERT_EQ(dstu_bspool_init(nullptr, domain, RandomSource::fill), 2);
+    ASSERT_EQ(dstu_bspool_init(pool.get(), nullptr, RandomSource::fill), 2);
+    ASSERT_EQ(dstu_bspool_init(pool.get(), domain, nullptr), 2);
+    Bytes bytes(256, in.byte());
+    for (int missing = 0; missing < 6; missing++) {
+        const auto ctx = std::make_unique<dstu_ctx>(*domain.ctx);
+        const auto unless = [missing](int i, auto *pointer) {
+            return i == missing ? nullptr : pointer;
+        };
+        dstu_ctx *const c = unless(0, ctx.get());
+        uint8_t *const b = bytes.data();
+        int32_t a_len = 128, b_len = 128;
+        if (missing < 2) {
+            ASSERT_EQ(dstu_init_curve(c, 163, 7, 6, 3, 1, unless(1, b), 21), 3);
+        }
+        if (missing < 3) {
+            ASSERT_EQ(dstu_init_pgen(c, 21, unless(1, b), 21, unless(2, b)), 2);
+        }
+        if (missing < 4) {
+            ASSERT_EQ(dstu_verify(c, 21, unless(1, b), 8, unless(2, b), 42, unless(3, b)), 2);
+        }
+        if (missing < 5) {
+            ASSERT_EQ(
+                dhua_zz(c, 128, unless(1, b), 56, unless(2, b), 0, unless(3, &a_len), unless(4, b)),
+                2);
+        }
+        ASSERT_EQ(dstu_gen_keys(c, unless(1, pool.get()), unless(2, &a_len), unless(3, b),
+                                unless(4, &b_len), unless(5, b)),
+                  2);
+        ASSERT_EQ(dstu_sign(c, unless(1, pool.get()), 21, unless(2, b), 8, unless(3, b),
+                            unless(4, &a_len), unless(5, b)),
+                  2);
+    }
+    ASSERT_EQ(dstu_cppubk(domain, bytes.data(), nullptr, bytes.data()), 2);
+}
+
 } // namespace
 
 QAL_FUZZ_TARGET
 {
-    static constexpr decltype(&check_keys) checks[] = {
-        check_keys, check_signing, check_verification, check_agreement, check_domain};
+    static constexpr decltype(&check_keys) checks[] = {check_keys,         check_signing,
+                                                       check_verification, check_agreement,
+                                                       check_domain,       check_null_pointers};
     in.one_of(checks)(in);
 }

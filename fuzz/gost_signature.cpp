@@ -323,9 +323,11 @@ void check_domain(Input &in)
         return;
     }
     // Nothing is right or wrong over a ring that is no field, but all comes to an end.
-    const Bytes d = to_be(some_number(in, domain.q)), k = to_be(some_number(in, domain.q)),
-                key = pair(some_number(in, G.x), some_number(in, G.y));
-    Bytes out(64), signature = pair(some_number(in, domain.q), some_number(in, domain.q));
+    const Bytes d = to_be(some_number(in, domain.q)), k = to_be(some_number(in, domain.q));
+    const mpz_class x = some_number(in, G.x), y = some_number(in, G.y),
+                    s = some_number(in, domain.q), r = some_number(in, domain.q);
+    const Bytes key = pair(x, y);
+    Bytes out(64), signature = pair(s, r);
     rds_gen_keys(ctx.get(), d.data(), out.data());
     rds_verify(ctx.get(), pair(G.x, G.y).data(), d.data(), signature.data());
     rds_verify(ctx.get(), key.data(), d.data(), signature.data());
@@ -333,10 +335,42 @@ void check_domain(Input &in)
     vko341001_gen_kek(ctx.get(), out.data(), d.data(), pair(G.x, G.y).data(), k.data());
 }
 
+// Each pointer in turn is null.
+void check_null_pointers(Input &in)
+{
+    const auto ctx = std::make_unique<rds_ctx>();
+    const Domain &domain = domains()[in.below(domains().size())];
+    ASSERT_EQ(domain.init(ctx.get()), 0);
+    Bytes bytes(64, in.byte());
+    for (size_t missing = 0; missing < 7; missing++) {
+        uint8_t *b[7];
+        for (size_t i = 0; i < 7; i++)
+            b[i] = i == missing ? nullptr : bytes.data();
+        rds_ctx *const c = b[0] == nullptr ? nullptr : ctx.get();
+        ASSERT_EQ(rds_init(c, b[1], b[2], b[3], b[4], b[5], b[6]), 7);
+        ASSERT_EQ(vko341001_init(c, b[1], b[2], b[3], b[4], b[5], b[6]), 7);
+        ASSERT_EQ(rds_get_prms(c, b[1], b[2], b[3], b[4], b[5], b[6]), 7);
+        if (missing < 5) {
+            ASSERT_EQ(rds_sign(c, b[1], b[2], b[3], b[4]), 7);
+        }
+        if (missing > 0 && missing < 5) {
+            ASSERT_EQ(vko341001_gen_kek(ctx.get(), b[1], b[2], b[3], b[4]), 7);
+        }
+        if (missing < 4) {
+            ASSERT_EQ(rds_verify(c, b[1], b[2], b[3]), 7);
+        }
+        if (missing < 3) {
+            ASSERT_EQ(rds_gen_keys(c, b[1], b[2]), 7);
+            ASSERT_EQ(vko341001_gen_pubkey(c, b[1], b[2]), 7);
+        }
+    }
+}
+
 } // namespace
 
 QAL_FUZZ_TARGET
 {
-    static constexpr decltype(&check_domain) checks[] = {check_published, check_domain};
+    static constexpr decltype(&check_domain) checks[] = {check_published, check_domain,
+                                                         check_null_pointers};
     in.one_of(checks)(in);
 }

@@ -64,7 +64,8 @@ void check_division(Input &in)
         x = y * number(in, n_quotient) + y - 1;
         break;
     default:
-        x = y * number(in, n_quotient) + number(in, 128) % y;
+        x = y * number(in, n_quotient);
+        x += number(in, 128) % y;
         break;
     }
     if (digits_of(x) > 128)
@@ -139,7 +140,10 @@ void check_special_modulus(Input &in)
     const size_t k = 2 + in.below(63);
     const qald c = std::max<qald>(in.word(4), 1);
     const mpz_class p = power_of_two(64 * k) - c;
-    const mpz_class x = in.flag() ? mpz_class(p * number(in, k) + in.byte()) : number(in, 2 * k);
+    const bool near_a_multiple = in.flag();
+    mpz_class x = number(in, near_a_multiple ? k : 2 * k);
+    if (near_a_multiple)
+        x = p * x + in.byte();
     const size_t n = digits_of(x);
     Number a(x, std::max(n, k), in.edge()), modulus(p);
     expect_number(qalmodsf(a, modulus, static_cast<int32_t>(64 * k), c), a, x % p);
@@ -181,8 +185,12 @@ mpz_class value_of(const qalsi &s)
 
 void check_signed(Input &in)
 {
-    const mpz_class x = number(in, 63) * (in.flag() ? -1 : 1);
-    const mpz_class y = in.flag() ? x : mpz_class(number(in, 31) * (in.flag() ? -1 : 1));
+    const auto signed_value = [&](size_t most) {
+        const mpz_class magnitude = number(in, most);
+        return in.flag() ? mpz_class(-magnitude) : magnitude;
+    };
+    const mpz_class x = signed_value(63);
+    const mpz_class y = in.flag() ? x : signed_value(31);
     const mpz_class factor = number(in, digits_of(y) > 31 ? 0 : 32);
     // Each in memory of its own.
     const auto a = std::make_unique<qalsi>(signed_number(x, in.flag()));

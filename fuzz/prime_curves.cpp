@@ -104,6 +104,13 @@ struct Sample {
             P = {};
     }
 
+    // Without a singular point, and without a point (0, 0), which stands for infinity.
+    [[nodiscard]] bool is_curve() const
+    {
+        const mpz_class discriminant = 4 * model.a * model.a * model.a + 27 * model.b * model.b;
+        return model.b != 0 && modulo(discriminant, model.p) != 0;
+    }
+
     // A small multiple.
     [[nodiscard]] Affine multiple(Input &in) const
     {
@@ -125,6 +132,8 @@ qalecpoint point(Input &in, const Curve &curve, const CurveModel &model, const A
 void check_points(Input &in)
 {
     const Sample sample(in);
+    if (!sample.is_curve())
+        return;
     const CurveModel &model = sample.model;
     const Curve curve(model);
     const Affine p = sample.multiple(in), q = in.flag() ? p : sample.multiple(in);
@@ -153,6 +162,8 @@ void check_points(Input &in)
 void check_multiples(Input &in)
 {
     const Sample sample(in);
+    if (!sample.is_curve())
+        return;
     const CurveModel &model = sample.model;
     const Curve curve(model);
     const Affine p = sample.multiple(in), q = in.flag() ? p : sample.multiple(in);

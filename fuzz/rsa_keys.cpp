@@ -33,6 +33,11 @@ void check_parameters(Input &in)
 // A key, from as many calls as there is input for.
 void check_key(Input &in)
 {
+    rsa_keygen_ctx other;
+    const auto any = static_cast<uint32_t>(in.word(2));
+    const bool permitted = any == 512 || any == 1024 || any == 1536 || any == 2048;
+    ASSERT_EQ(rsa_is_prermitted_modsize(any) != 0, permitted);
+    ASSERT_EQ(rsa_keygen_init(&other, any), permitted ? 0 : 1);
     const uint32_t bits = in.byte() < 240 ? 512 : 512 * (1 + static_cast<uint32_t>(in.below(4)));
     PoolGenerator generator(in.word(2));
     const InstalledGenerator installed(generator);
@@ -52,6 +57,11 @@ void check_key(Input &in)
         }
     }
     uint8_t few[2];
+    ASSERT_EQ(rsa_keygen(nullptr, few, 0), 2);
+    ASSERT_EQ(rsa_keygen(&ctx, nullptr, bits / 16), 2);
+    ASSERT_EQ(rsa_keygen_init(nullptr, bits), 2);
+    ASSERT_EQ(rsa_get_privkey(nullptr, few, 0), 2);
+    ASSERT_EQ(rsa_get_pubkey(&ctx, nullptr, 0), 2);
     ASSERT_EQ(rsa_get_privkey(&ctx, few, 0), key.q == 0 ? 2 : 5);
     ASSERT_EQ(rsa_get_pubkey(&ctx, few, 0), key.q == 0 ? 2 : 5);
     if (key.q == 0)
