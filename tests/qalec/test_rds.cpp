@@ -728,10 +728,10 @@ TEST(Signature, OneContextServesThreads)
             log.push_back(static_cast<uint8_t>(
                 rds_verify(shared, pubkey.data(), to_be(k + 5).data(), signature.out.data())));
             log = concatenation(log, gen_kek(shared, d, pubkey, ukm).out);
-            uint8_t prms[6][32];
-            log.push_back(static_cast<uint8_t>(
-                rds_get_prms(shared, prms[0], prms[1], prms[2], prms[3], prms[4], prms[5])));
-            log.insert(log.end(), prms[0], prms[0] + sizeof prms);
+            Bytes prms(192);
+            log.push_back(static_cast<uint8_t>(rds_get_prms(shared, &prms[0], &prms[32], &prms[64],
+                                                            &prms[96], &prms[128], &prms[160])));
+            log = concatenation(log, prms);
         }
         return log;
     };
