@@ -87,6 +87,20 @@ TEST(Montgomery, ConstantIsOfTheNegatedModulus)
     }
 }
 
+// The radix is not that of p's digits, though it is that of the factors' digits.
+TEST(Montgomery, RadixOfShortFactors)
+{
+    Random random;
+    for (int round = 0; round < 200; round++) {
+        const uint64_t high = random.word() | 1;
+        Modulus p((mpz_class(high) << 64) + 1);
+        const mpz_class a = random_number(random, 1), b = random_number(random, 1);
+        Number x(a, 1), y(b, 1), r(0, 5), square(0, 5);
+        expect_number(qalmulmont(p.c, 64, p.p, x, y, r), r, reduced(a * b, p.value, 64));
+        expect_number(qalsqrmont(p.c, 64, p.p, x, square), square, reduced(a * a, p.value, 64));
+    }
+}
+
 TEST(Montgomery, KernelsOfAllLengths)
 {
     Random random;
