@@ -516,6 +516,19 @@ TEST(Primality, AgainstGmp)
     }
 }
 
+// 1 says of every number that it is prime, so it is no base. Of the others below 15 only 14 says so
+// of 15: one in thirteen. With 1 it would be two in fourteen.
+TEST(Primality, OneIsNoBase)
+{
+    Number fifteen(15);
+    constexpr int calls = 20000;
+    int wrong = 0;
+    for (int call = 0; call < calls; call++)
+        wrong += qalrmt(fifteen, 1);
+    EXPECT_GT(wrong, calls / 26);
+    EXPECT_LT(wrong, calls / 9);
+}
+
 TEST(Primality, Examples)
 {
     const auto answer = [](const mpz_class &n, uint32_t rounds) {
