@@ -24,6 +24,16 @@ function(build_and_test)
   run(ctest --test-dir "${work}/build it" --no-tests=error --output-on-failure)
 endfunction()
 
+# Builds and installs the library alone. What changes from call to call is installed or configured into
+# other places, not compiled again.
+function(install_library)
+  set(build "${BUILD}/consumer tests/qal by itself")
+  run(${CMAKE_COMMAND} -S "${SOURCE}" -B "${build}" ${toolchain} ${ARGN}
+    -DQAL_BUILD_TESTS=OFF -DQAL_BUILD_TOOL=OFF -DQAL_BUILD_EXAMPLES=OFF)
+  run(${CMAKE_COMMAND} --build "${build}" -j 2)
+  run(${CMAKE_COMMAND} --install "${build}")
+endfunction()
+
 # Compiles consumer.c by hand with what pkg-config answers, and runs it.
 function(by_pkg_config pc_directory library_directory)
   set(ENV{PKG_CONFIG_PATH} "${pc_directory}")
@@ -40,19 +50,14 @@ if(MODE STREQUAL "package")
 
 elseif(MODE STREQUAL "pkgconfig")
   # The prefix is written into the file at configure time.
-  run(${CMAKE_COMMAND} -S "${SOURCE}" -B "${work}/qal" ${toolchain} "-DCMAKE_INSTALL_PREFIX=${work}/prefix"
-    -DCMAKE_INSTALL_LIBDIR=lib -DQAL_BUILD_TESTS=OFF -DQAL_BUILD_TOOL=OFF -DQAL_BUILD_EXAMPLES=OFF)
-  run(${CMAKE_COMMAND} --build "${work}/qal" -j 2)
-  run(${CMAKE_COMMAND} --install "${work}/qal")
+  install_library("-DCMAKE_INSTALL_PREFIX=${work}/prefix" -DCMAKE_INSTALL_LIBDIR=lib
+    -DCMAKE_INSTALL_INCLUDEDIR=include)
   by_pkg_config("${work}/prefix/lib/pkgconfig" "${work}/prefix/lib")
 
 elseif(MODE STREQUAL "absolute")
   # Distributions give absolute directories.
-  run(${CMAKE_COMMAND} -S "${SOURCE}" -B "${work}/qal" ${toolchain} "-DCMAKE_INSTALL_PREFIX=${work}/usr"
-    "-DCMAKE_INSTALL_LIBDIR=${work}/usr/lib64" "-DCMAKE_INSTALL_INCLUDEDIR=${work}/usr/headers"
-    -DQAL_BUILD_TESTS=OFF -DQAL_BUILD_TOOL=OFF -DQAL_BUILD_EXAMPLES=OFF)
-  run(${CMAKE_COMMAND} --build "${work}/qal" -j 2)
-  run(${CMAKE_COMMAND} --install "${work}/qal")
+  install_library("-DCMAKE_INSTALL_PREFIX=${work}/usr" "-DCMAKE_INSTALL_LIBDIR=${work}/usr/lib64"
+    "-DCMAKE_INSTALL_INCLUDEDIR=${work}/usr/headers")
   by_pkg_config("${work}/usr/lib64/pkgconfig" "${work}/usr/lib64")
   build_and_test("-DCMAKE_PREFIX_PATH=${work}/usr" "-Dqal_DIR=${work}/usr/lib64/cmake/qal")
 
