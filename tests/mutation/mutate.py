@@ -364,9 +364,9 @@ def main(arguments):
     if options.survivors:
         if not record.exists():
             sys.exit("mutate: there was no run before")
-        survived = {(r["file"], r["before"].strip(), r["after"].strip())
+        survived = {(r["file"], r["before"].strip(), r["after"].strip(), r["above"])
                     for r in json.loads(record.read_text()) if r["result"] == SURVIVED}
-        chosen = [change for change in possible if change.texts in survived]
+        chosen = [change for change in possible if keys(change)[1] in survived]
     else:
         chosen = sample(possible, options.count, options.seed)
     if options.list:
@@ -387,7 +387,7 @@ def main(arguments):
         else:
             kind, by = copy.try_change(change)
         results.append({"file": change.file, "line": change.line, "before": change.before, "after": change.after,
-                        "result": kind, "by": by, "seconds": round(time.monotonic() - begun, 1)})
+                        "above": change.above, "result": kind, "by": by, "seconds": round(time.monotonic() - begun, 1)})
         print(f"[{number}/{len(chosen)}, {results[-1]['seconds']} s] {described(results[-1])}", flush=True)
         record.write_text(json.dumps(results, indent=1))
 
