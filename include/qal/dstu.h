@@ -86,8 +86,9 @@ QAL_API int dstu_init_curve(dstu_ctx *ctx, uint32_t m, uint32_t mod_a, uint32_t 
 
 /**
  * Set up base point and order: n must have m - 2 to m bits, at least 160, and n G be at infinity.
- * That n is prime, and the order of G, is not checked. With the point of order 2, which is zero when
- * compressed, as G and an even n there are no signatures, and dstu_sign() looks for one without end.
+ * That n is prime, and the order of G, is not checked. With the point of order 2, which is zero
+ * when compressed, as G and an even n there are no signatures, and dstu_sign() looks for one
+ * without end.
  *
  * @param[in,out] ctx    record after dstu_init_curve().
  * @param[in]     G_len  bytes, 1..(m + 8) / 8.
