@@ -23,7 +23,6 @@ constexpr uint32_t slots = 5;
 constexpr uint32_t all_slots = (1U << slots) - 1;
 constexpr size_t longest_field = (431 + 8) / 8;
 constexpr size_t most_order_digits = (431 + 63) / 64;
-constexpr size_t most_number_bytes = (QALBIG_SIZE - 1) * sizeof(qald);
 
 int32_t degree_of(const dstu_ctx &ctx)
 {
@@ -68,8 +67,6 @@ struct SecretElement {
 // digits as the bytes fill, zeros at the top or not.
 void read_digits(qald *x, const uint8_t *bytes, size_t size)
 {
-    if (size > most_number_bytes)
-        size = most_number_bytes;
     x[0] = (size + sizeof *x - 1) / sizeof *x;
     x[x[0]] = 0;
     memcpy(x + 1, bytes, size);
@@ -288,16 +285,19 @@ bool read_point(const qale2curve &curve, qale2point *P, const uint8_t *bytes, in
 
 bool read_private_key(const dstu_ctx &ctx, qald *d, const uint8_t *bytes, int32_t size)
 {
-    read_digits(d, bytes, static_cast<size_t>(size));
     const uint64_t bits = order_bits(ctx) - 1, digits = ctx.n[0];
+    const size_t given = static_cast<size_t>(size), room = digits * sizeof *d;
+    read_digits(d, bytes, given < room ? given : room);
     for (uint64_t i = d[0]; i < digits; i++)
         d[i + 1] = 0;
-    uint64_t any = 0, above = 0;
-    for (uint64_t i = 0; i < digits || i < d[0]; i++) {
-        any |= d[i + 1];
-        above |= i > bits / 64 ? d[i + 1] : i == bits / 64 ? d[i + 1] >> (bits % 64) : 0;
-    }
     d[0] = digits;
+    uint64_t any = 0, above = d[bits / 64 + 1] >> (bits % 64);
+    for (uint64_t i = 1; i <= digits; i++)
+        any |= d[i];
+    for (uint64_t i = bits / 64 + 2; i <= digits; i++)
+        above |= d[i];
+    for (size_t i = room; i < given; i++)
+        above |= bytes[i];
     return declassified(any != 0 && above == 0);
 }
 

@@ -100,6 +100,14 @@ TEST(DhUa, Statuses)
     longer.resize(24);
     EXPECT_EQ(agree(21, one, 24, longer, 0), 0);
     EXPECT_EQ(poly_of(out), domain.model().mul(77, domain.model().G).x);
+    // So may the private one, without an end.
+    for (const int32_t length : {22, 24, 25, 1040, 1041, 1048, 1049, 5000}) {
+        Bytes padded = bytes_of(1, static_cast<size_t>(length));
+        EXPECT_EQ(agree(length, padded, 21, pub, 0), 0) << length;
+        EXPECT_EQ(poly_of(out), domain.model().mul(77, domain.model().G).x) << length;
+        padded.back() = 1;
+        EXPECT_EQ(agree(length, padded, 21, pub, 0), 6) << length;
+    }
 }
 
 TEST(DhUaDeathTest, Preconditions)
