@@ -163,12 +163,16 @@ void raise(Work (&works)[count], size_t n, size_t bits)
     });
 }
 
+// More than products of eight digits and less use of the stack, where they leave the last result.
+constexpr size_t kernel_stack = 2048;
+
 } // namespace
 
 void power_secret_portable(const SecretPower &power, size_t n, size_t bits)
 {
     Work works[] = {{power, n}};
     raise(works, n, bits);
+    base::wipe_stack<kernel_stack>();
 }
 
 void power_secret_pair_portable(const SecretPower &first, const SecretPower &second, size_t n,
@@ -176,6 +180,7 @@ void power_secret_pair_portable(const SecretPower &first, const SecretPower &sec
 {
     Work works[] = {{first, n}, {second, n}};
     raise(works, n, bits);
+    base::wipe_stack<kernel_stack>();
 }
 
 } // namespace qal::math
