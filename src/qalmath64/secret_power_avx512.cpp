@@ -173,12 +173,8 @@ private:
     size_t count_, n_, bits_, blocks_;
 };
 
-// Products keep their columns on the stack, where this array then lies.
-[[gnu::noinline]] void wipe_stack()
-{
-    uint8_t stack[4096];
-    base::wipe(stack, sizeof stack);
-}
+// Products keep their columns on the stack.
+constexpr size_t kernel_stack = 4096;
 
 // Fewer digits gain nothing here.
 constexpr size_t fewest_digits = 5;
@@ -193,7 +189,7 @@ void power_secret_avx512(const SecretPower &power, size_t n, size_t bits)
     work.power = &power;
     Powers(&work, 1, n, bits).raise();
     base::wipe(&work, sizeof work);
-    wipe_stack();
+    base::wipe_stack<kernel_stack>();
 }
 
 void power_secret_pair_avx512(const SecretPower &first, const SecretPower &second, size_t n,
@@ -206,7 +202,7 @@ void power_secret_pair_avx512(const SecretPower &first, const SecretPower &secon
     works[1].power = &second;
     Powers(works, 2, n, bits).raise();
     base::wipe(works, sizeof works);
-    wipe_stack();
+    base::wipe_stack<kernel_stack>();
 }
 
 } // namespace qal::math
