@@ -131,10 +131,16 @@ void signature_scalar(const dstu_ctx &ctx, qald *s, const qald *e, const qald *d
 // A slot shows the course of qale2kpic_step: it takes as many steps as its scalar has windows, and
 // `bits` counts down by their lengths. The multiplication behind it has a schedule of its own, with
 // windows that do not depend on the scalar, one in each step as long as there are any and all that
-// remain in the last step. The number of those that remain is kept behind the scalar's digits.
+// remain in the last step. The number of those that remain is kept behind the scalar's digits, and
+// of a slot that is ready the bit with which its compressed point begins.
 uint64_t &windows_left(dstu_slot &slot)
 {
     return slot.e[QALBIG_SIZE - 1];
+}
+
+uint64_t &compressed_bit(dstu_slot &slot)
+{
+    return slot.e[QALBIG_SIZE - 2];
 }
 
 void start(dstu_bspool &pool, dstu_slot &slot)
@@ -213,6 +219,21 @@ void complete(dstu_bspool &pool, dstu_slot &slot)
         engine.multiply(&slot.kp);
     }
     windows_left(slot) = 0;
+    // The inverse is taken here, so that a secret which is ready costs whoever takes it little.
+    if ((ctx.n[1] & 1) != 0)
+        compressed_bit(slot) = engine.make_affine(&slot.kp.Q);
+    wipe_stack<engine_stack>();
+}
+
+// The point of a slot that is ready, as qale2comp writes it.
+void compress(const dstu_ctx &ctx, qal2d *c, dstu_slot &slot)
+{
+    if ((ctx.n[1] & 1) == 0) {
+        qale2comp(&ctx.curve, c, &slot.kp.Q);
+        return;
+    }
+    qal2pcopy(qal2pclear(c, degree_of(ctx)), slot.kp.Q.X);
+    c[1] = (c[1] & ~1U) | static_cast<qal2d>(compressed_bit(slot));
 }
 
 // One window; true when it was the last.
@@ -233,6 +254,7 @@ bool proceed(dstu_bspool &pool, dstu_slot &slot)
         if (engine_of(ctx).multiply_windows(&ctx.curve, &slot.kp.Q, slot.e, ctx.n, ctx.powers,
                                             index, index))
             windows_left(slot) = left - 1;
+        wipe_stack<engine_stack>();
     }
     return false;
 }
@@ -366,10 +388,8 @@ int dstu_bspool_step(dstu_bspool *pool)
     if ((pool->started >> i & 1) == 0) {
         start(*pool, slot);
         pool->started |= 1U << i;
-    } else {
-        if (proceed(*pool, slot))
-            pool->ready |= 1U << i;
-        wipe_stack<engine_stack>();
+    } else if (proceed(*pool, slot)) {
+        pool->ready |= 1U << i;
     }
     return pool->ready != 0;
 }
@@ -390,14 +410,13 @@ int dstu_bspool_get(dstu_bspool *pool, qald *e, qal2d *cp)
     const auto i = static_cast<uint32_t>(__builtin_ctz(pool->ready));
     dstu_slot &slot = pool->slot[i];
     qalcopy(e, slot.e);
-    engine_of(*pool->ctx).compress(cp, &slot.kp.Q);
+    compress(*pool->ctx, cp, slot);
     // It is a public key, or its x what everyone who verifies the signature finds.
     declassify(cp, sizeof(qal2p));
     wipe(slot.e, sizeof slot.e);
     wipe(&slot.kp.Q, sizeof slot.kp.Q);
     pool->ready &= ~(1U << i);
     pool->started &= ~(1U << i);
-    wipe_stack<engine_stack>();
     return status_good;
 }
 

@@ -37,8 +37,9 @@ struct Engine {
     // Q of no use, and k one of a few hundred values that chance does not bring.
     bool (*multiply_windows)(const qale2curve *curve, qale2point *Q, const qald *k, const qald *n,
                              const qale2affine *table, unsigned from, unsigned to);
-    // c = the compression of P, as qale2comp writes it; regular.
-    void (*compress)(qal2d *c, const qale2point *P);
+    // P with Z = 1, where it is not infinity, with the trace of y/x, which tells y from x + y, for
+    // an answer. x is not 0, as no point of odd order has it; regular.
+    unsigned (*make_affine)(qale2point *P);
     // x = the affine x of 2^doublings k P, where P is the affine point with abscissa px, k has at
     // most `bits` bits, and x = 0 stands for infinity, too; regular.
     void (*multiply_abscissa)(const qale2curve *curve, qal2d *x, const qald *k, unsigned bits,

@@ -400,14 +400,14 @@ struct Curves {
         return good;
     }
 
-    // x = X/Z and y/x = Y/(X Z), with one inverse.
-    static void compress(qal2d *r, const qale2point *P)
+    // x = X/Z and y/x = Y/(X Z), with one inverse; of infinity nothing but zeros comes.
+    static unsigned make_affine(qale2point *P)
     {
         const Projective p = load(P);
-        const E inverted = inverse(F::mul(p.x, p.z));
-        const unsigned bit = trace_of(F::mul(p.y, inverted));
-        store(r, F::mul(F::sqr(p.x), inverted));
-        r[1] = (r[1] & ~1U) | bit;
+        const E both = F::mul(p.x, p.z), inverted = inverse(both);
+        const E x = F::mul(F::sqr(p.x), inverted), slope = F::mul(p.y, inverted);
+        store(P, {x, F::mul(x, slope), F::mul(both, inverted)});
+        return trace_of(slope);
     }
 
     // Montgomery's ladder on abscissas: López and Dahab, "Fast multiplication on elliptic curves
@@ -487,7 +487,7 @@ template<typename F>
 constexpr Engine engine_over = {
     Curves<F>::invert,           Curves<F>::trace,         Curves<F>::half_trace,
     Curves<F>::square_root,      Curves<F>::odd_multiples, Curves<F>::multiply,
-    Curves<F>::multiply_windows, Curves<F>::compress,      Curves<F>::multiply_abscissa,
+    Curves<F>::multiply_windows, Curves<F>::make_affine,   Curves<F>::multiply_abscissa,
     Curves<F>::joint_abscissa,
 };
 
