@@ -40,9 +40,13 @@ const Engine &engine_of(const dstu_ctx &ctx)
     return *engine_of_field(c.mod_m, c.mod_a, c.mod_b, c.mod_c);
 }
 
-// A number and a field element that are erased when they go.
+// How deep the stack is at most below one product in the field and one modulo the order.
+constexpr size_t signing_stack = 2048;
+
+// A number and a field element that are erased when they go. The number has room for a product of
+// two below the order, and for what qaldiv wants beside it.
 struct SecretNumber {
-    qald words[QALBIG_SIZE] = {};
+    qald words[1 + 2 * most_order_digits + 2] = {};
 
     SecretNumber() = default;
     SecretNumber(const SecretNumber &) = delete;
@@ -104,26 +108,26 @@ void signature_scalar(const dstu_ctx &ctx, qald *s, const qald *e, const qald *d
         qaldiv(qaladd(qalmul(d, r, product), e), n, nullptr, s);
         return;
     }
-    // Montgomery products on digits, whose time depends on no value: d r / R, times R^2.
-    qald power[2 * most_order_digits + 4], square_of_r[QALBIG_SIZE];
-    qalconvert(power, 0);
-    qaldiv(qaladdb2(power, 128 * digits), n, nullptr, square_of_r);
-    qald operands[4][2 * most_order_digits] = {};
-    const qald *const sources[] = {square_of_r, e, d, r};
-    for (size_t i = 0; i < 4; i++)
+    // The Montgomery product of d and r R, whose time depends on neither. The division may show
+    // what r is: it is the other half of the signature.
+    qald shifted[1 + 2 * most_order_digits], r_montgomery[1 + 2 * most_order_digits + 2];
+    memset(shifted + 1, 0, digits * sizeof *r);
+    memcpy(shifted + 1 + digits, r + 1, r[0] * sizeof *r);
+    shifted[0] = digits + r[0];
+    qaldiv(shifted, n, nullptr, r_montgomery);
+    qald operands[3][most_order_digits] = {};
+    const qald *const sources[] = {e, d, r_montgomery};
+    for (size_t i = 0; i < 3; i++)
         memcpy(operands[i], sources[i] + 1, sources[i][0] * sizeof *s);
-    const qald c = montgomery_constant(n[1]);
-    qald product[2 * most_order_digits], result[2 * most_order_digits];
-    qal_mont_mul(product, operands[2], operands[3], n + 1, digits, c);
-    qal_mont_mul(result, product, operands[0], n + 1, digits, c);
-    const qald carry = qal_add_row(result, result, operands[1], digits);
-    subtract_once(s + 1, result, carry, n + 1, digits);
+    qald sum[2 * most_order_digits];
+    qal_mont_mul(sum, operands[1], operands[2], n + 1, digits, montgomery_constant(n[1]));
+    const qald carry = qal_add_row(sum, sum, operands[0], digits);
+    subtract_once(s + 1, sum, carry, n + 1, digits);
     s[0] = digits;
     declassify(s + 1, digits * sizeof *s); // half of the signature
     qalclip(s);
     wipe(operands, sizeof operands);
-    wipe(product, sizeof product);
-    wipe(result, sizeof result);
+    wipe(sum, sizeof sum);
 }
 
 // The pool's slots.
@@ -509,7 +513,7 @@ int dstu_sign(const dstu_ctx *ctx, dstu_bspool *pool, int32_t priv_len, const ui
     qaltorbase256(sig, static_cast<uint32_t>(half), r);
     qaltorbase256(sig + half, static_cast<uint32_t>(half), s);
     *sig_len = size;
-    wipe_stack<engine_stack>();
+    wipe_stack<signing_stack>();
     return status_good;
 }
 
