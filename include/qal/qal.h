@@ -43,10 +43,10 @@
  *   qalpowmontstart, qalsqrmont, rds_init, vko341001_init
  * - 8192: g28147_cfb_dec_update_blocks, g28147_cfb_update, g28147_ofb_update, qalicpowmont,
  *   qalmodinv, qalmontic, qalpffpsfinv, rsa_encrypt
- * - 12288: dhua_zz, dstu_bspool_get, dstu_bspool_step, dstu_gen_keys, inv_mod_extgcd, qalecpneg,
- *   qalecpxy, qalpffmontinv, qalpowmod, qalpowmodstop, qalpowmont, qalpowmontstop, rds_get_prms,
- *   rsa_verify
- * - 16384: dstu_sign, qale2ic
+ * - 12288: dhua_zz, dstu_bspool_get, dstu_bspool_step, dstu_gen_keys, dstu_sign, inv_mod_extgcd,
+ *   qalecpneg, qalecpxy, qalpffmontinv, qalpowmod, qalpowmodstop, qalpowmont, qalpowmontstop,
+ *   rds_get_prms, rsa_verify
+ * - 16384: qale2ic
  * - 20480: dstu_init_pgen, dstu_verify, qale2kp, qale2skp
  * - 24576: qalrmt, rds_verify
  * - 28672: rds_gen_keys, rds_sign, rsapowmod, vko341001_gen_kek, vko341001_gen_pubkey
