@@ -180,12 +180,15 @@ private:
     uint32_t keys_[160];
 };
 
+using Encrypt = void (*)(uint8_t *blocks, const uint8_t *rk);
+
 // All of a call: whole runs, then a last run through a buffer when there are at least `enough`
-// blocks left, else single blocks by encrypt(block, rk).
-template<typename Vector, size_t enough, typename Encrypt>
-[[gnu::always_inline]] inline void sliced_ctr_blocks(const uint8_t *rk, uint32_t *words,
-                                                     const uint8_t *in, uint8_t *out, size_t blocks,
-                                                     Encrypt encrypt)
+// blocks left, else `group` blocks at a time by encrypt_group(blocks, rk) where a variant has that,
+// and single ones by encrypt(block, rk).
+template<typename Vector, size_t enough, size_t group = 1>
+[[gnu::always_inline]] inline void
+sliced_ctr_blocks(const uint8_t *rk, uint32_t *words, const uint8_t *in, uint8_t *out,
+                  size_t blocks, Encrypt encrypt, Encrypt encrypt_group = nullptr)
 {
     using Slices = Sliced<Vector>;
     uint128 counter = load_counter(words);
@@ -211,16 +214,22 @@ template<typename Vector, size_t enough, typename Encrypt>
             }
         });
     }
-    for (; blocks > 0; blocks--) {
-        uint8_t gamma[kuznyechik_block];
-        store_block(gamma, counter++);
-        encrypt(gamma, rk);
-        for (size_t i = 0; i < kuznyechik_block; i++)
-            out[i] = static_cast<uint8_t>(in[i] ^ gamma[i]);
-        in += kuznyechik_block;
-        out += kuznyechik_block;
-        qal::base::wipe(gamma, sizeof gamma);
+    uint8_t gamma[group * kuznyechik_block];
+    while (blocks > 0) {
+        const size_t now = blocks < group ? blocks : group, size = now * kuznyechik_block;
+        for (size_t i = 0; i < group; i++)
+            store_block(gamma + i * kuznyechik_block, counter + i);
+        if (group > 1 && now > 1)
+            encrypt_group(gamma, rk);
+        else
+            encrypt(gamma, rk);
+        qal::base::xor_bytes(out, in, gamma, size);
+        counter += now;
+        in += size;
+        out += size;
+        blocks -= now;
     }
+    qal::base::wipe(gamma, sizeof gamma);
     store_counter(words, counter);
 }
 
