@@ -317,11 +317,10 @@ bool read_private_key(const dstu_ctx &ctx, qald *d, const uint8_t *bytes, int32_
     for (uint64_t i = d[0]; i < digits; i++)
         d[i + 1] = 0;
     d[0] = digits;
-    uint64_t any = 0, above = d[bits / 64 + 1] >> (bits % 64);
+    // The order has one bit more, and no digit above that.
+    uint64_t any = 0, above = d[digits] >> (bits % 64);
     for (uint64_t i = 1; i <= digits; i++)
         any |= d[i];
-    for (uint64_t i = bits / 64 + 2; i <= digits; i++)
-        above |= d[i];
     for (size_t i = room; i < given; i++)
         above |= bytes[i];
     return declassified(any != 0 && above == 0);
