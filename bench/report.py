@@ -46,12 +46,9 @@ FAMILIES = [
 
 # Why another library is faster, where that is known.
 REASONS = {
-    "dstu-sign-full-pool": "The pool keeps points as they come out of their multiplication, and the division by Z is "
-    "left for the signature; OpenSSL's prepared signature has it behind it, and the inverse of the secret too.",
     "gost28147-keys": "The library lays out the keys of all 32 rounds beforehand; the others copy eight words.",
     "gost3410-setup": "The library checks the parameters and makes sixteen multiples of the base point, which each "
     "signature then saves; libgcrypt and Botan find the curve among those that they have ready.",
-    "kuznyechik-ctr": "Four blocks do not fill wide registers. The tables are read at addresses that depend on the key.",
     "kuznyechik-keys": "The library avoids tables larger than 256 bytes, whose addresses would tell more of the key.",
 }
 
