@@ -7,13 +7,9 @@
 
 #include <stdint.h>
 
-// The build's highest instruction-set class, one of IsaCap.
-#ifndef QAL_ISA_CAP
-#define QAL_ISA_CAP qal::base::isa_cap_all
-#endif
-
 namespace qal::base {
 
+// The highest instruction-set class that may be chosen.
 enum IsaCap : int {
     isa_cap_baseline = 0, // x86-64 as it was first
     isa_cap_avx2 = 1,     // and what registers of 64 to 256 bits offer
@@ -57,7 +53,7 @@ struct CpuidLeaf {
 }
 
 // The features, as a set of CpuFeature, that this machine has and the cap allows.
-[[gnu::always_inline]] static inline uint32_t cpu_features(int cap = QAL_ISA_CAP)
+[[gnu::always_inline]] static inline uint32_t cpu_features(int cap)
 {
 #ifdef QAL_ASSUMED_CPU
     // An emulated processor can have less to say for itself than its emulator executes.

@@ -8,6 +8,9 @@
 // and this file is compiled without sanitizers, stack protector, coverage and link-time
 // optimisation (src/CMakeLists.txt sees to that). Resolvers are external functions because clang
 // demands it. Never give an indirect function an alias: gcc 12 would call the resolver instead.
+//
+// QAL_ISA_CAP, one of IsaCap, is given to this file alone, so that builds with different caps have
+// all other objects in common.
 #include "base/cpu.hpp"
 #include "gost28147/g28147_kernels.hpp"
 #include "gost28147/gr341194_kernels.hpp"
@@ -30,7 +33,7 @@
 #define QAL_DISPATCH(name, ...)                                                                    \
     extern "C" [[gnu::visibility("hidden"), gnu::used]] decltype(&name) qal_resolve_##name()       \
     {                                                                                              \
-        [[maybe_unused]] const uint32_t cpu = cpu_features();                                      \
+        [[maybe_unused]] const uint32_t cpu = cpu_features(QAL_ISA_CAP);                           \
         __VA_ARGS__                                                                                \
     }                                                                                              \
     extern decltype(name) name __attribute__((ifunc("qal_resolve_" #name)))

@@ -32,7 +32,7 @@ template<typename Function>
 void expect_first_possible(Function *chosen, std::initializer_list<Choice<Function>> choices)
 {
     for (const auto &choice : choices) {
-        if ((cpu_features() & choice.needs) == choice.needs) {
+        if ((cpu_features(QAL_ISA_CAP) & choice.needs) == choice.needs) {
             EXPECT_EQ(chosen, choice.variant);
             return;
         }
