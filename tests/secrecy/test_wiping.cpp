@@ -267,6 +267,16 @@ TEST_F(Wiping, Dstu4145)
                 }
             }
         }
+        // With a secret that is ready, where the stack is erased to a depth of its own: below all
+        // that was called, but for what the erasing call itself leaves.
+        stack.run([&] {
+            dstu_sign(&ctx, &pool, priv_len, priv.data(), 256, hash.data(), &sig_len, sig.data());
+        });
+        EXPECT_FALSE(stack.holds(body(priv))) << "signing from the pool";
+        EXPECT_FALSE(stack.holds(body(drawn))) << "signing from the pool";
+        Bytes deepest = stack.deepest(1024);
+        deepest.erase(deepest.begin(), deepest.begin() + 64);
+        EXPECT_EQ(deepest, Bytes(deepest.size())) << "signing from the pool";
         stack.run([&] {
             dhua_zz(&ctx, priv_len, priv.data(), pub_len, pub.data(), 0, &shared_len,
                     shared.data());

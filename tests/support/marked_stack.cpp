@@ -64,4 +64,10 @@ size_t MarkedStack::depth() const
     return size - untouched;
 }
 
+Bytes MarkedStack::deepest(size_t count) const
+{
+    const uint8_t *const lowest = stack_ + (size - depth());
+    return {lowest, lowest + count};
+}
+
 } // namespace qal::test

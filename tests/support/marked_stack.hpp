@@ -31,6 +31,9 @@ public:
     // Bytes below the beginning that are no longer as they were marked.
     [[nodiscard]] size_t depth() const;
 
+    // The deepest of these bytes.
+    [[nodiscard]] Bytes deepest(size_t count) const;
+
 private:
     uint8_t *stack_;
 };
