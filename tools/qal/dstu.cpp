@@ -8,37 +8,20 @@
 #include "hash.hpp"
 #include "hex.hpp"
 #include "progress.hpp"
+#include "randomness.hpp"
 #include "secrets.hpp"
 
 #include <qal/dhua.h>
 
 #include <string.h>
-#include <sys/random.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <memory>
 #include <stdexcept>
 
 namespace qal::tool {
 
 namespace {
-
-// The source of one-time secrets. There is no going on without it, and no way to say so through the
-// library.
-int system_random(uint8_t *buf, uint32_t len)
-{
-    for (uint32_t filled = 0; filled < len;) {
-        const ssize_t n = ::getrandom(buf + filled, len - filled, 0);
-        if (n < 0 && errno != EINTR) {
-            complain(FileError("getrandom", errno).what());
-            std::_Exit(exit_failure);
-        }
-        if (n > 0)
-            filled += static_cast<uint32_t>(n);
-    }
-    return 0;
-}
 
 // A source that gives out one value: key generation makes of it the pair of keys that it begins.
 const Secret *given_key;

@@ -8,12 +8,11 @@
 #include "gost_keys.hpp"
 #include "hash.hpp"
 #include "progress.hpp"
+#include "randomness.hpp"
 #include "secrets.hpp"
 
 #include <qal/rds.h>
 #include <qal/vko341001.h>
-
-#include <sys/random.h>
 
 #include <algorithm>
 #include <memory>
@@ -33,30 +32,15 @@ struct Options {
     CLI::Option *file_option = nullptr;
 };
 
-Secret random_secret(size_t size)
-{
-    Secret secret(size);
-    size_t have = 0;
-    while (have < size) {
-        const ssize_t n = getrandom(secret.data() + have, size - have, 0);
-        if (n < 0 && errno != EINTR)
-            throw FileError("getrandom", errno);
-        have += n > 0 ? static_cast<size_t>(n) : 0;
-    }
-    return secret;
-}
-
-// The library refuses secrets that are out of range, which an order of q close to 2^255 makes one
-// of two: this many refusals in a row mean that the domain parameters are of no use.
-constexpr int most_draws = 256;
-
+// The library refuses secrets that are out of range, which an order close to 2^254 makes three of
+// four: another is drawn then.
 template<typename Use>
 void with_random_secret(Use use)
 {
-    for (int i = 0; i < most_draws; i++)
-        if (use(random_secret(private_key_size)))
-            return;
-    throw std::runtime_error("the domain parameters are of no use");
+    Secret secret(private_key_size);
+    do
+        system_random(secret.data(), private_key_size);
+    while (!use(secret));
 }
 
 std::string read_small_file(const std::string &name)
@@ -262,7 +246,7 @@ std::shared_ptr<Options> add_common(CLI::App &command)
             ->type_name("NAME");
     command
         .add_option("--curve-file", options->domain_file,
-                    "File with p, a, b, q, x and y = HEX, a line each")
+                    "File with p, a, b, q, x and y = HEX, a line each; must be sound")
         ->excludes(named)
         ->type_name("FILE");
     return options;
@@ -326,7 +310,8 @@ void add_gost(CLI::App &app, int &status)
         "first, or PEM: PKCS#8 and SubjectPublicKeyInfo, which tell the curve and the hash "
         "function\n"
         "as well. Signatures are 64 bytes, s and then r. OpenSSL's GOST engine reads and writes\n"
-        "the same.\n\n"
+        "the same. Curve files that do not hold what the standard demands of parameters are "
+        "refused.\n\n"
         "Exit status: 0, 1 if something could not be read or written or a signature is not valid,\n"
         "2 for a wrong command line.");
 

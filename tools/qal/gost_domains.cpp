@@ -2,6 +2,8 @@
 
 #include "files.hpp"
 #include "hex.hpp"
+#include "randomness.hpp"
+#include "soundness.hpp"
 
 #include <algorithm>
 #include <array>
@@ -151,7 +153,11 @@ GostDomain domain_from_file(const std::string &file)
     for (size_t i = 0; i < numbers.size(); i++)
         if (numbers.at(i).empty())
             throw std::runtime_error(file + ": no " + letters[i]);
-    return make("", numbers, file);
+    GostDomain domain = make("", numbers, file);
+    const DomainFault fault = fault_of(domain.ctx, system_random);
+    if (fault != DomainFault::none)
+        throw std::runtime_error(file + ": " + description(fault));
+    return domain;
 }
 
 std::string domain_identifier(const std::string &name)

@@ -19,7 +19,7 @@ std::vector<std::string> domain_names();
 GostDomain named_domain(const std::string &name);
 
 // From a file with the lines p = HEX, a, b, q, x and y likewise, each once; comments begin with #.
-// Throws std::runtime_error with a reason.
+// Throws std::runtime_error with a reason, also if they are not sound (soundness.hpp).
 GostDomain domain_from_file(const std::string &file);
 
 // The object identifier of a named set, and the name of an identifier; empty if there is none.
