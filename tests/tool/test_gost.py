@@ -48,6 +48,10 @@ class Domain:
         return "".join(f"{name} = {value:x}\n" for name, value in zip("pabqxy", values))
 
 
+def point_text(point):
+    return "{:064x}{:064x}".format(*(point or (0, 0)))
+
+
 # The parameter sets of RFC 4357, section 11.4, and the example
 NAMED = {
     "cryptopro-a": Domain(
@@ -337,6 +341,106 @@ class Mistakes(GostTest):
             ["kek", "--key-file", "key", "--pubkey-file", "pubkey", "--ukm", "0" * 16],
         ):
             self.gost(*arguments, status=2)
+
+
+class PublicKeys(GostTest):
+    def curve_options(self, name):
+        """Those of a named curve, or of the one with a cofactor."""
+        if name in NAMED:
+            return NAMED[name], ["--curve", name]
+        self.write("curve", COFACTOR_4.text().encode())
+        return COFACTOR_4, ["--curve-file", "curve"]
+
+    def digest(self, text):
+        """As the number that is signed."""
+        line = self.qal("digest", "-a", "gost94", stdin=text).stdout.decode()
+        return int.from_bytes(bytes.fromhex(line.split()[0]), "little")
+
+    def kek(self, curve, key, point, status=0):
+        self.write("key", f"{key:064x}".encode())
+        self.write("pubkey", point_text(point).encode())
+        return self.gost("kek", *curve, "--key-file", "key", "--pubkey-file", "pubkey",
+                         "--ukm", UKM, status=status)  # fmt: skip
+
+    def refuse(self, curve, point, reason, signature=bytes(64)):
+        self.write("text", b"text")
+        self.write("signature", signature)
+        self.write("pubkey", point_text(point).encode())
+        verification = self.verify(*curve, "text", status=1)
+        for done in verification, self.kek(curve, 3, point, status=1):
+            self.assertEqual(done.stderr.decode(), f"qal: pubkey: {reason}\n")
+            self.assertEqual(done.stdout, b"")
+
+    def test_agreed_keys(self):
+        for name in [*CURVES, "with a cofactor"]:
+            with self.subTest(curve=name):
+                domain, curve = self.curve_options(name)
+                for d in random.randrange(1, domain.q), domain.q - 1:
+                    peer = domain.curve.multiply(random.randrange(1, domain.q), domain.base)
+                    if d >= domain.curve.p:
+                        continue  # the agreement's bound
+                    shared = domain.curve.multiply(d * int(UKM, 16), peer)
+                    hashed = b"".join(
+                        n.to_bytes((n.bit_length() + 7) // 8, "big").ljust(32, b"\0") for n in shared
+                    )
+                    expected = self.qal("digest", "-a", "gost94", stdin=hashed).stdout.split()[0]
+                    self.assertEqual(self.kek(curve, d, peer).stdout.split()[0], expected)
+
+    def test_forgeries_with_points_of_small_order(self):
+        # With a key T of order t, any k gives a signature as long as t divides the factor of T,
+        # -r / e modulo q.
+        four = point_of_order_4()
+        two = COFACTOR_4.curve.add(four, four)
+        self.assertEqual(two[1], 0)
+        e = self.digest(b"text")
+        for name in [*CURVES, "with a cofactor"]:
+            domain, curve = self.curve_options(name)
+            for order, key in ((1, None), (2, two), (4, four)):
+                if name in NAMED and key is not None:
+                    continue
+                with self.subTest(curve=name, order=order):
+                    k, r = 0, 0
+                    while r == 0 or -r * pow(e, -1, domain.q) % domain.q % order:
+                        k += 1
+                        r = domain.curve.multiply(k, domain.base)[0] % domain.q
+                    signature = (k * e % domain.q).to_bytes(32, "big") + r.to_bytes(32, "big")
+                    reason = "the point at infinity" if key is None else "not a multiple of the base point"
+                    self.refuse(curve, key, reason, signature)
+
+    def test_points_of_small_order_added(self):
+        domain, curve = self.curve_options("with a cofactor")
+        four = point_of_order_4()
+        Q = domain.curve.multiply(random.randrange(1, domain.q), domain.base)
+        for i in range(1, 4):
+            bad = domain.curve.add(Q, domain.curve.multiply(i, four))
+            self.assertTrue(domain.curve.contains(*bad))
+            self.refuse(curve, bad, "not a multiple of the base point")
+        self.kek(curve, 3, Q)
+
+    def test_no_points(self):
+        for name in [*CURVES, "with a cofactor"]:
+            with self.subTest(curve=name):
+                domain, curve = self.curve_options(name)
+                p, (x, y) = domain.curve.p, domain.curve.multiply(5, domain.base)
+                # Of another curve, of the twist, and coordinates that are not below p
+                twist = next(
+                    x for x in range(2, 100)
+                    if pow(x**3 + domain.curve.a * x + domain.curve.b, p // 2, p) == p - 1
+                )  # fmt: skip
+                bad = [(x, y ^ 1), (y, x), (twist, 1), (0, 1), (p, p)]
+                if domain.base[0] + p < 2**256:
+                    bad.append((domain.base[0] + p, domain.base[1]))
+                bad += [(x, y + p)] if y + p < 2**256 else []
+                for point in bad:
+                    self.refuse(curve, point, "not a point of the curve")
+
+    def test_private_keys_above_the_order(self):
+        domain, curve = self.curve_options("cryptopro-a")
+        peer = domain.curve.multiply(7, domain.base)
+        for d in domain.q, domain.q + 1, domain.curve.p - 1, domain.curve.p, 0:
+            done = self.kek(curve, d, peer, status=1)
+            self.assertIn(b"out of range", done.stderr)
+            self.assertEqual(done.stdout, b"")
 
 
 class CurveFiles(GostTest):

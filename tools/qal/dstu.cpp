@@ -10,6 +10,7 @@
 #include "progress.hpp"
 #include "randomness.hpp"
 #include "secrets.hpp"
+#include "soundness.hpp"
 
 #include <qal/dhua.h>
 
@@ -32,25 +33,29 @@ int given_random(uint8_t *buf, uint32_t len)
     return 0;
 }
 
+// One-time secrets, erased when they go.
+struct Pool : dstu_bspool {
+    Pool(const dstu_ctx &domain, qal_rnd source) { dstu_bspool_init(this, &domain, source); }
+    Pool(const Pool &) = delete;
+    Pool &operator=(const Pool &) = delete;
+    ~Pool() { explicit_bzero(static_cast<dstu_bspool *>(this), sizeof(dstu_bspool)); }
+};
+
 struct Party {
     dstu_ctx ctx;
-    dstu_bspool pool;
 
-    explicit Party(const std::string &curve, qal_rnd rnd = system_random)
-    {
-        set_up(ctx, dstu_domain(curve));
-        dstu_bspool_init(&pool, &ctx, rnd);
-    }
+    explicit Party(const std::string &curve) { set_up(ctx, dstu_domain(curve)); }
     Party(const Party &) = delete;
     Party &operator=(const Party &) = delete;
-    ~Party() { explicit_bzero(&pool, sizeof pool); }
 
     [[nodiscard]] size_t key_size() const { return static_cast<size_t>(ctx.key_len); }
     [[nodiscard]] size_t field_size() const { return static_cast<size_t>(ctx.field_len); }
     [[nodiscard]] size_t signature_size() const { return static_cast<size_t>(ctx.sig_len); }
 
-    Bytes generate(Secret &priv)
+    // Draws a private key, and gives its public one.
+    Bytes generate(Secret &priv, qal_rnd source) const
     {
+        Pool pool(ctx, source);
         Bytes pub(field_size());
         auto priv_len = static_cast<int32_t>(priv.size()), pub_len = ctx.field_len;
         dstu_gen_keys(&ctx, &pool, &priv_len, priv.data(), &pub_len, pub.data());
@@ -58,18 +63,16 @@ struct Party {
     }
 };
 
-[[noreturn]] void refuse(int status)
+[[noreturn]] void refuse_private_key()
 {
-    switch (status) {
-    case 3:
-        throw std::runtime_error("the curve's cofactor is not supported");
-    case 5:
-        throw std::runtime_error("the public key is no point of the curve");
-    case 6:
-        throw std::runtime_error("the private key is zero or too long for the curve");
-    default:
-        throw std::logic_error("status " + std::to_string(status));
-    }
+    throw std::runtime_error("the private key is zero or too long for the curve");
+}
+
+void require_sound(const Party &party, const Bytes &pub)
+{
+    const KeyFault fault = fault_of_key(party.ctx, pub);
+    if (fault != KeyFault::none)
+        throw std::runtime_error(std::string("the public key is ") + description(fault));
 }
 
 Bytes hexadecimal(const std::string &option, const std::string &text, size_t size)
@@ -151,44 +154,49 @@ void write_secret(const std::string &name, const Secret &secret)
 
 bool generate(const Options &options)
 {
-    Party party(options.curve);
+    const Party party(options.curve);
     Secret priv(party.key_size());
-    const Bytes pub = party.generate(priv);
+    const Bytes pub = party.generate(priv, system_random);
     write_secret(options.output, priv);
     if (options.output != "-")
         print(to_hex(pub) + "\n");
     return true;
 }
 
-bool print_public(const Options &options)
+Bytes public_key_of(const Party &party, const Secret &key)
 {
-    Party party(options.curve, given_random);
-    const Secret key = options.key->read(party.key_size());
     // Checked first: a key that is too long would be cut off, and zero be asked for again for ever.
     qald d[QALBIG_SIZE];
     qalfromrbase256(d, key.data(), static_cast<uint32_t>(key.size()));
     const bool fits = d[0] != 0 && qalbitlen(d, 1) < qalbitlen(party.ctx.n, 1);
     explicit_bzero(d, sizeof d);
     if (!fits)
-        refuse(6);
+        refuse_private_key();
     given_key = &key;
     Secret again(party.key_size());
-    print(to_hex(party.generate(again)) + "\n");
+    return party.generate(again, given_random);
+}
+
+bool print_public(const Options &options)
+{
+    const Party party(options.curve);
+    const Secret key = options.key->read(party.key_size());
+    print(to_hex(public_key_of(party, key)) + "\n");
     return true;
 }
 
 bool sign(const Options &options)
 {
-    Party party(options.curve);
+    const Party party(options.curve);
     const Secret key = options.key->read(party.key_size());
+    Pool pool(party.ctx, system_random);
     return each_digest(options, [&](const Bytes &digest, const std::string &name) {
+        const auto bits = static_cast<int32_t>(8 * digest.size());
         Bytes signature(party.signature_size());
         auto size = party.ctx.sig_len;
-        const int status = dstu_sign(&party.ctx, &party.pool, party.ctx.key_len, key.data(),
-                                     static_cast<int32_t>(8 * digest.size()), digest.data(), &size,
-                                     signature.data());
-        if (status != 0)
-            refuse(status);
+        if (dstu_sign(&party.ctx, &pool, party.ctx.key_len, key.data(), bits, digest.data(), &size,
+                      signature.data()) != 0)
+            refuse_private_key();
         print_named(name, to_hex(signature) + "  ", "");
         return true;
     });
@@ -201,28 +209,29 @@ bool verify(const Options &options)
     const Bytes signature = hexadecimal("--signature", options.signature, party->signature_size());
     if (options.files_option->count() > 1)
         throw CLI::ValidationError("one signature is for one file");
+    require_sound(*party, pub);
     return each_digest(options, [&](const Bytes &digest, const std::string &name) {
-        const int status = dstu_verify(&party->ctx, party->ctx.field_len, pub.data(),
+        const bool valid = dstu_verify(&party->ctx, party->ctx.field_len, pub.data(),
                                        static_cast<int32_t>(8 * digest.size()), digest.data(),
-                                       party->ctx.sig_len, signature.data());
-        if (status > 1)
-            refuse(status);
-        print_named(name, "", status == 0 ? ": OK" : ": FAILED");
-        return status == 0;
+                                       party->ctx.sig_len, signature.data()) == 0;
+        print_named(name, "", valid ? ": OK" : ": FAILED");
+        return valid;
     });
 }
 
 bool derive(const Options &options)
 {
-    Party party(options.curve);
+    const Party party(options.curve);
     const Bytes peer = hexadecimal("--peer", options.peer, party.field_size());
+    // Of the prime order n, like all of its multiples by private keys and the cofactor: their x is
+    // not zero.
+    require_sound(party, peer);
     const Secret key = options.key->read(party.key_size());
     Secret shared(party.field_size());
     int32_t size;
-    const int status = dhua_zz(&party.ctx, party.ctx.key_len, key.data(), party.ctx.field_len,
-                               peer.data(), options.cofactor ? 1 : 0, &size, shared.data());
-    if (status != 0)
-        refuse(status);
+    if (dhua_zz(&party.ctx, party.ctx.key_len, key.data(), party.ctx.field_len, peer.data(),
+                options.cofactor ? 1 : 0, &size, shared.data()) != 0)
+        refuse_private_key();
     write_secret(options.output, shared);
     return true;
 }
@@ -278,9 +287,11 @@ void add_dstu(CLI::App &app, int &status)
     command->require_subcommand(1);
     command->footer("The curves are the recommended ones over the fields of these sizes. "
                     "Everything is printed\n"
-                    "in hexadecimal, least significant byte first. Exit status: 0, 1 if something "
-                    "could not be\n"
-                    "read or is not valid, 2 for a wrong command line.");
+                    "in hexadecimal, least significant byte first. Public keys that are not "
+                    "multiples of the\n"
+                    "base point are refused. Exit status: 0, 1 if something could not be read or "
+                    "is not valid,\n"
+                    "2 for a wrong command line.");
     add_subcommand(
         *command, status, "genkey", "Make a private key and print the public one",
         [](CLI::App &sub, Options &options) {

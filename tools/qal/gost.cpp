@@ -10,6 +10,7 @@
 #include "progress.hpp"
 #include "randomness.hpp"
 #include "secrets.hpp"
+#include "soundness.hpp"
 
 #include <qal/rds.h>
 #include <qal/vko341001.h>
@@ -127,6 +128,22 @@ GostPublicKey read_public_key(const Options &options)
     return parse_public_key(read_small_file(options.public_key_file), options.public_key_file);
 }
 
+void require_sound(const GostDomain &domain, const GostPublicKey &key, const Options &options)
+{
+    const KeyFault fault = fault_of_key(domain.ctx, key.value);
+    if (fault != KeyFault::none)
+        throw std::runtime_error(options.public_key_file + ": " + description(fault));
+}
+
+// Of a private key, which must be from 1 to q - 1.
+Bytes public_key_of(const GostDomain &domain, const GostPrivateKey &key, const Options &options)
+{
+    Bytes pubkey(public_key_size);
+    if (rds_gen_keys(&domain.ctx, key.value.data(), pubkey.data()) != 0)
+        throw std::runtime_error(options.key->name() + ": out of range for this curve");
+    return pubkey;
+}
+
 // The digest as the number that is signed: digests are numbers whose least significant byte comes
 // first, the library's arguments begin with the most significant one.
 Bytes digest_of(const std::string &name, const std::string &hash)
@@ -170,9 +187,7 @@ void derive_public_key(const Options &options)
     const GostPrivateKey key = read_private_key(options);
     const GostKeyUse use = common_use(options, {&key.use});
     const GostDomain domain = domain_of(options, use);
-    Bytes pubkey(public_key_size);
-    if (rds_gen_keys(&domain.ctx, key.value.data(), pubkey.data()) != 0)
-        throw std::runtime_error(options.key->name() + ": out of range for this curve");
+    const Bytes pubkey = public_key_of(domain, key, options);
     write_output(options.output, options.pem ? public_key_pem(pubkey, use) : to_hex(pubkey) + "\n");
 }
 
@@ -181,14 +196,12 @@ void sign(const Options &options, const std::string &name)
     const GostPrivateKey key = read_private_key(options);
     const GostKeyUse use = common_use(options, {&key.use});
     const GostDomain domain = domain_of(options, use);
+    public_key_of(domain, key, options);
     const Bytes digest = digest_of(name, use.hash);
     Bytes signature(signature_size);
     with_random_secret([&](const Secret &k) {
-        const int code =
-            rds_sign(&domain.ctx, key.value.data(), k.data(), digest.data(), signature.data());
-        if (code == 6)
-            throw std::runtime_error(options.key->name() + ": out of range for this curve");
-        return code == 0;
+        return rds_sign(&domain.ctx, key.value.data(), k.data(), digest.data(), signature.data()) ==
+               0;
     });
     write_output(options.output, signature);
 }
@@ -198,17 +211,16 @@ bool verify(const Options &options, const std::string &name)
     const GostPublicKey key = read_public_key(options);
     const GostKeyUse use = common_use(options, {&key.use});
     const GostDomain domain = domain_of(options, use);
+    require_sound(domain, key, options);
     const std::string signature = read_small_file(options.signature_file);
     if (signature.size() != signature_size)
         throw std::runtime_error(options.signature_file + ": not " +
                                  std::to_string(signature_size) + " bytes");
     const Bytes digest = digest_of(name, use.hash);
-    const int code = rds_verify(&domain.ctx, key.value.data(), digest.data(),
-                                reinterpret_cast<const uint8_t *>(signature.data()));
-    if (code == 5)
-        throw std::runtime_error(options.public_key_file + ": not a point of the curve");
-    print(line_about(name, "", code == 0 ? ": OK" : ": FAILED"));
-    return code == 0;
+    const bool valid = rds_verify(&domain.ctx, key.value.data(), digest.data(),
+                                  reinterpret_cast<const uint8_t *>(signature.data())) == 0;
+    print(line_about(name, "", valid ? ": OK" : ": FAILED"));
+    return valid;
 }
 
 void agree(const Options &options)
@@ -220,15 +232,17 @@ void agree(const Options &options)
     const GostPrivateKey key = read_private_key(options);
     const GostPublicKey peer = read_public_key(options);
     const GostDomain domain = domain_of(options, common_use(options, {&key.use, &peer.use}));
+    // The agreement itself takes any point, and private keys up to p. With one of the prime order q
+    // and a key below q, the shared point is not infinity.
+    public_key_of(domain, key, options);
+    require_sound(domain, peer, options);
     Secret kek(kek_size);
     switch (vko341001_gen_kek(&domain.ctx, kek.data(), key.value.data(), peer.value.data(),
                               ukm->data())) {
     case 0:
         write_secret_line(options.output, kek);
         return;
-    case 5:
-        throw std::runtime_error(options.public_key_file + ": not a point of the curve");
-    case 6:
+    case 6: // it is not below p, which is below q
         throw std::runtime_error(options.key->name() + ": out of range for this curve");
     default:
         throw CLI::ValidationError("--ukm must not be zero");
@@ -310,8 +324,8 @@ void add_gost(CLI::App &app, int &status)
         "first, or PEM: PKCS#8 and SubjectPublicKeyInfo, which tell the curve and the hash "
         "function\n"
         "as well. Signatures are 64 bytes, s and then r. OpenSSL's GOST engine reads and writes\n"
-        "the same. Curve files that do not hold what the standard demands of parameters are "
-        "refused.\n\n"
+        "the same. Public keys that are not multiples of the base point are refused, and so are\n"
+        "curve files that do not hold what the standard demands of parameters.\n\n"
         "Exit status: 0, 1 if something could not be read or written or a signature is not valid,\n"
         "2 for a wrong command line.");
 

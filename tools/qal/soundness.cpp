@@ -95,6 +95,34 @@ DomainFault fault_of(const rds_ctx &domain, qal_rnd random)
     return DomainFault::none;
 }
 
+KeyFault fault_of_key(const rds_ctx &domain, std::span<const uint8_t> key)
+{
+    const qald *const p = domain.curve.field.p;
+    qalfe x, y;
+    qalfrombase256(x, key.data(), 32);
+    qalfrombase256(y, key.data() + 32, 32);
+    qalecpoint Q;
+    if (qalcmp(x, p) >= 0 || qalcmp(y, p) >= 0 || qalecpcr(&domain.curve, &Q, x, y) == nullptr)
+        return KeyFault::no_point;
+    if (is_infinity(domain, Q))
+        return KeyFault::infinity;
+    return is_annulled(domain, Q) ? KeyFault::none : KeyFault::no_member;
+}
+
+KeyFault fault_of_key(const dstu_ctx &domain, std::span<const uint8_t> key)
+{
+    const qale2curve *const curve = &domain.curve;
+    const auto m = static_cast<int32_t>(curve->mod_m);
+    qal2p x;
+    qal2pfromb(qal2pclear(x, m), key.data(), static_cast<int32_t>(key.size()));
+    qale2point Q;
+    if (qal2p_deg(x) >= m || qale2exp(curve, &Q, x) == nullptr)
+        return KeyFault::no_point;
+    // Infinity cannot be compressed; zero stands for the point of order 2.
+    qale2kp(curve, &Q, domain.n, &Q);
+    return qale2p_is_inf(curve, &Q) != 0 ? KeyFault::none : KeyFault::no_member;
+}
+
 const char *description(DomainFault fault)
 {
     switch (fault) {
@@ -112,6 +140,21 @@ const char *description(DomainFault fault)
         return "4 a^3 + 27 b^2 is zero";
     case DomainFault::wrong_base_point:
         return "(x, y) is not a point of order q";
+    }
+    return "sound";
+}
+
+const char *description(KeyFault fault)
+{
+    switch (fault) {
+    case KeyFault::none:
+        break;
+    case KeyFault::no_point:
+        return "not a point of the curve";
+    case KeyFault::infinity:
+        return "the point at infinity";
+    case KeyFault::no_member:
+        return "not a multiple of the base point";
     }
     return "sound";
 }
