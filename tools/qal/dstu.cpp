@@ -189,14 +189,18 @@ bool sign(const Options &options)
 {
     const Party party(options.curve);
     const Secret key = options.key->read(party.key_size());
+    const Bytes pub = public_key_of(party, key);
     Pool pool(party.ctx, system_random);
     return each_digest(options, [&](const Bytes &digest, const std::string &name) {
         const auto bits = static_cast<int32_t>(8 * digest.size());
         Bytes signature(party.signature_size());
         auto size = party.ctx.sig_len;
+        // Verified before anybody sees it: one that a fault has spoilt could tell the private key.
         if (dstu_sign(&party.ctx, &pool, party.ctx.key_len, key.data(), bits, digest.data(), &size,
-                      signature.data()) != 0)
-            refuse_private_key();
+                      signature.data()) != 0 ||
+            dstu_verify(&party.ctx, party.ctx.field_len, pub.data(), bits, digest.data(), size,
+                        signature.data()) != 0)
+            throw std::runtime_error("the signature came out wrong and is not printed");
         print_named(name, to_hex(signature) + "  ", "");
         return true;
     });

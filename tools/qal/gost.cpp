@@ -196,13 +196,15 @@ void sign(const Options &options, const std::string &name)
     const GostPrivateKey key = read_private_key(options);
     const GostKeyUse use = common_use(options, {&key.use});
     const GostDomain domain = domain_of(options, use);
-    public_key_of(domain, key, options);
-    const Bytes digest = digest_of(name, use.hash);
+    const Bytes pubkey = public_key_of(domain, key, options), digest = digest_of(name, use.hash);
     Bytes signature(signature_size);
     with_random_secret([&](const Secret &k) {
         return rds_sign(&domain.ctx, key.value.data(), k.data(), digest.data(), signature.data()) ==
                0;
     });
+    // Verified before anybody sees it: one that a fault has spoilt could tell the private key.
+    if (rds_verify(&domain.ctx, pubkey.data(), digest.data(), signature.data()) != 0)
+        throw std::runtime_error("the signature came out wrong and is not written");
     write_output(options.output, signature);
 }
 
