@@ -4,6 +4,7 @@
 
 #include <stddef.h>
 #include <string.h>
+#include <type_traits>
 
 namespace qal::base {
 
@@ -16,9 +17,9 @@ static inline void wipe(void *memory, size_t size)
 // Runs it and clears the stack that it used, no more than `depth` bytes: registers go there when
 // the compiler runs out of them, and what is in them is nobody's to wipe by name.
 template<class Run>
-[[gnu::noinline]] static void run_apart(Run &run)
+[[gnu::noinline]] static auto run_apart(Run &run)
 {
-    run();
+    return run();
 }
 template<size_t depth>
 [[gnu::noinline]] static void wipe_stack()
@@ -27,10 +28,16 @@ template<size_t depth>
     wipe(used, depth);
 }
 template<size_t depth, class Run>
-[[gnu::always_inline]] static inline void run_on_wiped_stack(Run run)
+[[gnu::always_inline]] static inline auto run_on_wiped_stack(Run run)
 {
-    run_apart(run);
-    wipe_stack<depth>();
+    if constexpr (std::is_void_v<decltype(run())>) {
+        run_apart(run);
+        wipe_stack<depth>();
+    } else {
+        const auto result = run_apart(run);
+        wipe_stack<depth>();
+        return result;
+    }
 }
 
 // What follows reads this memory anew. In a loop it keeps the compiler from taking more of a key

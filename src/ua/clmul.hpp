@@ -98,22 +98,6 @@ QAL_CLMUL void multiply4(__m128i *r, const __m128i *a, const __m128i *b)
     r[2] = sum_of(inner, r[3], middle[1]);
 }
 
-// r[0..4] = a b for five words each: the products of the fifth words come to those of four.
-QAL_CLMUL void multiply5(__m128i *r, const __m128i *a, const __m128i *b)
-{
-    multiply4(r, a, b);
-    unroll<2>([&](auto step) QAL_INLINED {
-        constexpr unsigned i = step();
-        const __m128i even =
-            sum_of(QAL_CLMUL_WORDS(a[i], 0, b[2], 0), QAL_CLMUL_WORDS(b[i], 0, a[2], 0));
-        const __m128i odd =
-            sum_of(QAL_CLMUL_WORDS(a[i], 1, b[2], 0), QAL_CLMUL_WORDS(b[i], 1, a[2], 0));
-        r[2 + i] = sum_of(r[2 + i], even, word_up(odd));
-        r[3 + i] = i == 0 ? sum_of(r[3], word_down(odd)) : word_down(odd);
-    });
-    r[4] = sum_of(r[4], QAL_CLMUL_WORDS(a[2], 0, b[2], 0));
-}
-
 // r[0..6] = a b for seven words each, with a zero word above them: 24 products.
 QAL_CLMUL void multiply7(__m128i *r, const __m128i *a, const __m128i *b)
 {

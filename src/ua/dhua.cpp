@@ -8,6 +8,32 @@
 using namespace qal::base;
 using namespace qal::ua;
 
+namespace {
+
+int shared_secret(const dstu_ctx &ctx, int32_t priv_len, const uint8_t *priv, int32_t pub_len,
+                  const uint8_t *pub, int cofactor, int32_t *out_len, uint8_t *out)
+{
+    const qale2curve &curve = ctx.curve;
+    qale2point Q;
+    if (!read_point(curve, &Q, pub, pub_len))
+        return status_public_key;
+    qald d[QALBIG_SIZE];
+    if (!read_private_key(ctx, d, priv, priv_len))
+        return status_private_key;
+    if (cofactor != 0 && ctx.cofactor != 2 && ctx.cofactor != 4)
+        return status_curve;
+    const unsigned doublings = cofactor == 0 ? 0 : ctx.cofactor == 4 ? 2 : 1;
+    const Engine &engine = *engine_of_field(curve.mod_m, curve.mod_a, curve.mod_b, curve.mod_c);
+    qal2p x;
+    engine.multiply_abscissa(&curve, x, d, static_cast<unsigned>(qalbitlen(ctx.n, 1)), Q.X,
+                             doublings);
+    *out_len = field_bytes(curve);
+    qal2ptob(out, x, *out_len);
+    return status_good;
+}
+
+} // namespace
+
 int dhua_zz(const dstu_ctx *ctx, int32_t priv_len, const uint8_t *priv, int32_t pub_len,
             const uint8_t *pub, int cofactor, int32_t *out_len, uint8_t *out)
 {
@@ -15,30 +41,6 @@ int dhua_zz(const dstu_ctx *ctx, int32_t priv_len, const uint8_t *priv, int32_t 
         return status_argument;
     if (priv_len < 1 || priv_len < ctx->key_len || pub_len < 1 || pub_len < ctx->field_len)
         return status_argument;
-    const qale2curve &curve = ctx->curve;
-    qale2point Q;
-    if (!read_point(curve, &Q, pub, pub_len)) {
-        wipe(&Q, sizeof Q);
-        return status_public_key;
-    }
-    qald d[QALBIG_SIZE];
-    int status = status_good;
-    const unsigned doublings = cofactor == 0 ? 0 : ctx->cofactor == 4 ? 2 : 1;
-    if (!read_private_key(*ctx, d, priv, priv_len)) {
-        status = status_private_key;
-    } else if (cofactor != 0 && ctx->cofactor != 2 && ctx->cofactor != 4) {
-        status = status_curve;
-    } else {
-        const Engine &engine = *engine_of_field(curve.mod_m, curve.mod_a, curve.mod_b, curve.mod_c);
-        qal2p x;
-        engine.multiply_abscissa(&curve, x, d, static_cast<unsigned>(qalbitlen(ctx->n, 1)), Q.X,
-                                 doublings);
-        *out_len = field_bytes(curve);
-        qal2ptob(out, x, *out_len);
-        wipe(x, sizeof x);
-        wipe_stack<engine_stack>();
-    }
-    wipe(d, sizeof d);
-    wipe(&Q, sizeof Q);
-    return status;
+    return run_on_wiped_stack<engine_stack>(
+        [=] { return shared_secret(*ctx, priv_len, priv, pub_len, pub, cofactor, out_len, out); });
 }

@@ -40,32 +40,12 @@ const Engine &engine_of(const dstu_ctx &ctx)
     return *engine_of_field(c.mod_m, c.mod_a, c.mod_b, c.mod_c);
 }
 
-// How deep the stack is at most below one product in the field and one modulo the order.
-constexpr size_t signing_stack = 2048;
+// How deep the stack is at most below steps of a pool, key generation and signing, but for
+// multiplications of the base point, which wipe theirs themselves.
+constexpr size_t step_stack = 512, keys_stack = 768, signing_stack = 4352;
 
-// A number and a field element that are erased when they go. The number has room for a product of
-// two below the order, and for what qaldiv wants beside it.
-struct SecretNumber {
-    qald words[1 + 2 * most_order_digits + 2] = {};
-
-    SecretNumber() = default;
-    SecretNumber(const SecretNumber &) = delete;
-    SecretNumber &operator=(const SecretNumber &) = delete;
-    ~SecretNumber() { wipe(words, sizeof words); }
-
-    operator qald *() { return words; }
-};
-
-struct SecretElement {
-    qal2p words;
-
-    explicit SecretElement(const dstu_ctx &ctx) { qal2pclear(words, degree_of(ctx)); }
-    SecretElement(const SecretElement &) = delete;
-    SecretElement &operator=(const SecretElement &) = delete;
-    ~SecretElement() { wipe(words, sizeof words); }
-
-    operator qal2d *() { return words; }
-};
+// Room for a product of two numbers below the order, and for what qaldiv wants beside it.
+typedef qald Number[1 + 2 * most_order_digits + 2];
 
 // A number as bytes and back, with neither branches nor addresses that depend on it: x gets as many
 // digits as the bytes fill, zeros at the top or not.
@@ -104,7 +84,7 @@ void signature_scalar(const dstu_ctx &ctx, qald *s, const qald *e, const qald *d
     const size_t digits = n[0];
     if ((n[1] & 1) == 0) {
         // No order of a base point of the standard is even; nothing needs to be hidden.
-        SecretNumber product;
+        Number product;
         qaldiv(qaladd(qalmul(d, r, product), e), n, nullptr, s);
         return;
     }
@@ -126,8 +106,6 @@ void signature_scalar(const dstu_ctx &ctx, qald *s, const qald *e, const qald *d
     s[0] = digits;
     declassify(s + 1, digits * sizeof *s); // half of the signature
     qalclip(s);
-    wipe(operands, sizeof operands);
-    wipe(sum, sizeof sum);
 }
 
 // The pool's slots.
@@ -328,6 +306,74 @@ bool read_private_key(const dstu_ctx &ctx, qald *d, const uint8_t *bytes, int32_
 
 } // namespace qal::ua
 
+namespace {
+
+int step(dstu_bspool &pool)
+{
+    if ((pool.ready & all_slots) == all_slots)
+        return 1;
+    const uint32_t i = lowest_clear(pool.ready);
+    dstu_slot &slot = pool.slot[i];
+    if ((pool.started >> i & 1) == 0) {
+        start(pool, slot);
+        pool.started |= 1U << i;
+    } else if (proceed(pool, slot)) {
+        pool.ready |= 1U << i;
+    }
+    return pool.ready != 0;
+}
+
+void generate(const dstu_ctx &ctx, dstu_bspool &pool, int32_t &priv_len, uint8_t *priv,
+              int32_t &pub_len, uint8_t *pub)
+{
+    Number d;
+    qal2p Q;
+    do
+        dstu_bspool_get(&pool, d, Q);
+    while (d[0] == 0);
+    negate_compressed(ctx, Q);
+    pub_len = field_bytes(ctx.curve);
+    qal2ptob(pub, Q, pub_len);
+    memset(priv, 0, static_cast<size_t>(priv_len));
+    write_digits(priv, static_cast<size_t>(ctx.key_len), d);
+    priv_len = ctx.key_len;
+}
+
+int sign_hash(const dstu_ctx &ctx, dstu_bspool &pool, int32_t priv_len, const uint8_t *priv,
+              int32_t hash_bits, const uint8_t *hash, int32_t *sig_len, uint8_t *sig)
+{
+    Number d;
+    if (!read_private_key(ctx, d, priv, priv_len))
+        return status_private_key;
+    qal2p h, point, x;
+    read_hash(ctx, h, hash_bits, hash);
+    qal2pclear(x, degree_of(ctx));
+    Number e, s;
+    qald r[QALBIG_SIZE];
+    for (;;) {
+        dstu_bspool_get(&pool, e, point);
+        if (qal2p_is_zero(point))
+            continue;
+        abscissa(ctx, x, point);
+        // In place: what an attempt that fails below leaves is where the next one begins.
+        qale2bfmul(&ctx.curve, h, h, x);
+        to_scalar(ctx, r, h);
+        if (r[0] == 0)
+            continue;
+        signature_scalar(ctx, s, e, d, r);
+        if (s[0] != 0)
+            break;
+    }
+    const int32_t size = ctx.sig_len, half = size / 2;
+    memset(sig, 0, static_cast<size_t>(size));
+    qaltorbase256(sig, static_cast<uint32_t>(half), r);
+    qaltorbase256(sig + half, static_cast<uint32_t>(half), s);
+    *sig_len = size;
+    return status_good;
+}
+
+} // namespace
+
 extern "C" {
 
 int dstu_init_curve(dstu_ctx *ctx, uint32_t m, uint32_t mod_a, uint32_t mod_b, uint32_t mod_c,
@@ -384,17 +430,7 @@ int dstu_bspool_init(dstu_bspool *pool, const dstu_ctx *ctx, qal_rnd rnd)
 
 int dstu_bspool_step(dstu_bspool *pool)
 {
-    if ((pool->ready & all_slots) == all_slots)
-        return 1;
-    const uint32_t i = lowest_clear(pool->ready);
-    dstu_slot &slot = pool->slot[i];
-    if ((pool->started >> i & 1) == 0) {
-        start(*pool, slot);
-        pool->started |= 1U << i;
-    } else if (proceed(*pool, slot)) {
-        pool->ready |= 1U << i;
-    }
-    return pool->ready != 0;
+    return run_on_wiped_stack<step_stack>([=] { return step(*pool); });
 }
 
 int dstu_bspool_get(dstu_bspool *pool, qald *e, qal2d *cp)
@@ -431,17 +467,7 @@ int dstu_gen_keys(const dstu_ctx *ctx, dstu_bspool *pool, int32_t *priv_len, uin
         return status_argument;
     if (*priv_len < ctx->key_len || *pub_len < ctx->field_len)
         return status_argument;
-    SecretNumber d;
-    qal2p Q;
-    do
-        dstu_bspool_get(pool, d, Q);
-    while (d[0] == 0);
-    negate_compressed(*ctx, Q);
-    *pub_len = field_bytes(ctx->curve);
-    qal2ptob(pub, Q, *pub_len);
-    memset(priv, 0, static_cast<size_t>(*priv_len));
-    write_digits(priv, static_cast<size_t>(ctx->key_len), d);
-    *priv_len = ctx->key_len;
+    run_on_wiped_stack<keys_stack>([=] { generate(*ctx, *pool, *priv_len, priv, *pub_len, pub); });
     return status_good;
 }
 
@@ -484,36 +510,8 @@ int dstu_sign(const dstu_ctx *ctx, dstu_bspool *pool, int32_t priv_len, const ui
         return status_argument;
     if (priv_len < 1 || priv_len > ctx->key_len || *sig_len < ctx->sig_len || hash_bits < 1)
         return status_argument;
-    SecretNumber d;
-    if (!read_private_key(*ctx, d, priv, priv_len))
-        return status_private_key;
-
-    qal2p h;
-    read_hash(*ctx, h, hash_bits, hash);
-    SecretNumber e, s;
-    SecretElement point(*ctx), x(*ctx);
-    qald r[QALBIG_SIZE];
-    for (;;) {
-        dstu_bspool_get(pool, e, point);
-        if (qal2p_is_zero(point))
-            continue;
-        abscissa(*ctx, x, point);
-        // In place: what an attempt that fails below leaves is where the next one begins.
-        qale2bfmul(&ctx->curve, h, h, x);
-        to_scalar(*ctx, r, h);
-        if (r[0] == 0)
-            continue;
-        signature_scalar(*ctx, s, e, d, r);
-        if (s[0] != 0)
-            break;
-    }
-    const int32_t size = ctx->sig_len, half = size / 2;
-    memset(sig, 0, static_cast<size_t>(size));
-    qaltorbase256(sig, static_cast<uint32_t>(half), r);
-    qaltorbase256(sig + half, static_cast<uint32_t>(half), s);
-    *sig_len = size;
-    wipe_stack<signing_stack>();
-    return status_good;
+    return run_on_wiped_stack<signing_stack>(
+        [=] { return sign_hash(*ctx, *pool, priv_len, priv, hash_bits, hash, sig_len, sig); });
 }
 
 int dstu_verify(const dstu_ctx *ctx, int32_t pub_len, const uint8_t *pub, int32_t hash_bits,

@@ -86,10 +86,10 @@ struct Portable {
 };
 
 constexpr Engine portable_engines[] = {
-    engine_over<Portable<field163, pmult192x192_portable, psqr192x192_portable>>,
-    engine_over<Portable<field191, pmult192x192_portable, psqr192x192_portable>>,
-    engine_over<Portable<field257, qal_pmult257_portable, psqr288x288_portable>>,
-    engine_over<Portable<field431, pmult448x448_portable, psqr448x448_portable>>,
+    engine_over<Portable<field163, pmult192x192_unwiped, psqr192x192_portable>>,
+    engine_over<Portable<field191, pmult192x192_unwiped, psqr192x192_portable>>,
+    engine_over<Portable<field257, pmult257_unwiped, psqr288x288_portable>>,
+    engine_over<Portable<field431, pmult448x448_unwiped, psqr448x448_portable>>,
 };
 
 } // namespace

@@ -31,6 +31,10 @@ QAL_UA_PRODUCTS(QAL_UA_DECLARE_PRODUCT, _portable);
 QAL_UA_SQUARES(QAL_UA_DECLARE_SQUARE, _portable);
 QAL_UA_PRODUCTS(QAL_UA_DECLARE_PRODUCT, _pclmul);
 QAL_UA_SQUARES(QAL_UA_DECLARE_SQUARE, _pclmul);
+// As the engine takes them: they leave the stack below them to their caller to wipe.
+QAL_UA_DECLARE_PRODUCT(pmult192x192_unwiped);
+QAL_UA_DECLARE_PRODUCT(pmult448x448_unwiped);
+QAL_UA_DECLARE_PRODUCT(pmult257_unwiped);
 #undef QAL_UA_DECLARE_PRODUCT
 #undef QAL_UA_DECLARE_SQUARE
 

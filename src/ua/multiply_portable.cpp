@@ -1,4 +1,5 @@
 // Products by Karatsuba's method and squares, in words of 32 bits.
+#include "base/wipe.hpp"
 #include "ua/kernels.hpp"
 #include "ua/words.hpp"
 
@@ -35,6 +36,15 @@ void multiply(qal2d *r, const qal2d *a, const qal2d *b)
     }
 }
 
+// How deep the stack is at most below a product.
+constexpr size_t product_stack = 640;
+
+template<unsigned n>
+void multiply_and_wipe(qal2d *r, const qal2d *a, const qal2d *b)
+{
+    base::run_on_wiped_stack<product_stack>([=] { multiply<n>(r, a, b); });
+}
+
 template<unsigned n>
 void square(qal2d *r, const qal2d *a)
 {
@@ -49,35 +59,50 @@ void square(qal2d *r, const qal2d *a)
 
 void pmult160x160_portable(qal2d *r, const qal2d *a, const qal2d *b)
 {
-    multiply<5>(r, a, b);
+    multiply_and_wipe<5>(r, a, b);
 }
 
 void pmult192x192_portable(qal2d *r, const qal2d *a, const qal2d *b)
 {
-    multiply<6>(r, a, b);
+    multiply_and_wipe<6>(r, a, b);
 }
 
 void pmult224x224_portable(qal2d *r, const qal2d *a, const qal2d *b)
 {
-    multiply<7>(r, a, b);
+    multiply_and_wipe<7>(r, a, b);
 }
 
 void pmult256x256_portable(qal2d *r, const qal2d *a, const qal2d *b)
 {
-    multiply<8>(r, a, b);
+    multiply_and_wipe<8>(r, a, b);
 }
 
 void pmult288x288_portable(qal2d *r, const qal2d *a, const qal2d *b)
 {
-    multiply<9>(r, a, b);
+    multiply_and_wipe<9>(r, a, b);
 }
 
 void pmult448x448_portable(qal2d *r, const qal2d *a, const qal2d *b)
 {
-    multiply<14>(r, a, b);
+    multiply_and_wipe<14>(r, a, b);
 }
 
 void qal_pmult257_portable(qal2d *r, const qal2d *a, const qal2d *b)
+{
+    base::run_on_wiped_stack<product_stack>([=] { pmult257_unwiped(r, a, b); });
+}
+
+void pmult192x192_unwiped(qal2d *r, const qal2d *a, const qal2d *b)
+{
+    multiply<6>(r, a, b);
+}
+
+void pmult448x448_unwiped(qal2d *r, const qal2d *a, const qal2d *b)
+{
+    multiply<14>(r, a, b);
+}
+
+void pmult257_unwiped(qal2d *r, const qal2d *a, const qal2d *b)
 {
     // Top words are 0 or 1; as masks, 0 or all ones.
     const qal2d a_top = 0 - a[8], b_top = 0 - b[8];

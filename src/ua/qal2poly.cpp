@@ -44,15 +44,100 @@ qal2d *addshifted(qal2d *c, int32_t j, const qal2d *a)
     return c;
 }
 
-template<const FieldPolynomial &f, unsigned halves_in, unsigned halves_out>
-void reduce_words(qal2d *x)
+// Words of a polynomial two at a time, in place.
+struct Pair {
+    qal2d *words;
+
+    [[gnu::always_inline]] operator uint64_t() const
+    {
+        uint64_t value;
+        memcpy(&value, words, sizeof value);
+        return value;
+    }
+    [[gnu::always_inline]] void set(uint64_t value) { memcpy(words, &value, sizeof value); }
+    [[gnu::always_inline]] void operator^=(uint64_t value) { set(*this ^ value); }
+    [[gnu::always_inline]] void operator&=(uint64_t value) { set(*this & value); }
+};
+
+struct Pairs {
+    qal2d *words;
+
+    [[gnu::always_inline]] Pair operator[](unsigned i) const { return {words + 2 * i}; }
+};
+
+// Of the words of x, `halves` in number, the lower ones become the remainder. Those above stay as
+// they are, so that the work is done in registers, and there is room for it.
+template<const FieldPolynomial &f, unsigned halves>
+void reduce_in_registers(qal2d *x)
 {
+    constexpr unsigned pairs = halves / 2;
     uint64_t t[2 * f.words()] = {};
-    memcpy(t, x, halves_in * sizeof *x);
+    unroll<pairs>([&](auto i) QAL_INLINED { t[i()] = Pairs{x}[i()]; });
+    if constexpr (halves % 2 != 0)
+        t[pairs] = x[halves - 1];
     reduce<f>(t);
-    memcpy(x, t, f.halves() * sizeof *x);
-    if constexpr (halves_out > f.halves())
-        memset(x + f.halves(), 0, (halves_out - f.halves()) * sizeof *x);
+    unroll<f.halves() / 2>([&](auto i) QAL_INLINED { Pairs{x}[i()].set(t[i()]); });
+    if constexpr (f.halves() % 2 != 0)
+        x[f.halves() - 1] = static_cast<qal2d>(t[f.halves() / 2]);
+}
+
+// How deep the stack is at most below an inversion.
+constexpr size_t inversion_stack = 1920;
+
+// The binary variant of Euclid's algorithm, which cancels the leading term of the longer of u and v
+// in every step: u = g1 a and v = g2 a modulo f throughout.
+void invert(qal2d *r, const qal2d *a, uint32_t mod_m, uint32_t mod_a, uint32_t mod_b,
+            uint32_t mod_c)
+{
+    const auto degree = static_cast<int32_t>(mod_m);
+    qal2p numbers[4];
+    qal2d *u = qal2pclear(numbers[0], degree), *v = qal2pclear(numbers[1], degree),
+          *g1 = qal2pclear(numbers[2], degree), *g2 = qal2pclear(numbers[3], degree);
+    qal2pcopy(u, a);
+    if (const Engine *engine = engine_of_field(mod_m, mod_a, mod_b, mod_c)) {
+        engine->invert(g1, u);
+    } else {
+        qal2psbit(v, degree, 1);
+        qal2psbit(v, 0, 1);
+        qal2psbit(v, static_cast<int32_t>(mod_a), 1);
+        if (mod_b != 0) {
+            qal2psbit(v, static_cast<int32_t>(mod_b), 1);
+            qal2psbit(v, static_cast<int32_t>(mod_c), 1);
+        }
+        g1[1] = 1;
+        while (!(qal2p_deg(u) == 0 && u[1] == 1)) {
+            int32_t j = qal2p_deg(u) - qal2p_deg(v);
+            if (j < 0) {
+                j = -j;
+                qal2d *const shorter = u, *const factor = g1;
+                u = v;
+                v = shorter;
+                g1 = g2;
+                g2 = factor;
+            }
+            addshifted(u, j, v);
+            addshifted(g1, j, g2);
+        }
+    }
+    qal2pcopy(r, g1);
+}
+
+// How deep the stack is at most below a product of words.
+constexpr size_t words_stack = 192;
+
+// r = a b, with s added if that is said; the top word is the answer. Called apart with b in a
+// register, and what it takes of the stack is wiped by its callers.
+template<bool added>
+[[gnu::noinline]] qal2d multiply_by_word(qal2d *r, const qal2d *s, const qal2d *a, int32_t n,
+                                         qal2d b)
+{
+    qal2d carry = 0;
+    for (int32_t i = 0; i < n; i++) {
+        const uint64_t product = product32(a[i], b);
+        r[i] = (added ? s[i] : 0) ^ static_cast<qal2d>(product) ^ carry;
+        carry = static_cast<qal2d>(product >> 32);
+    }
+    return carry;
 }
 
 } // namespace
@@ -231,75 +316,35 @@ int qal2p_is_one(const qal2d *r)
     return others == 0;
 }
 
-// The binary variant of Euclid's algorithm, which cancels the leading term of the longer of u and v
-// in every step: u = g1 a and v = g2 a modulo f throughout.
 qal2d *qal2invm(qal2d *r, const qal2d *a, uint32_t mod_m, uint32_t mod_a, uint32_t mod_b,
                 uint32_t mod_c)
 {
     QAL_REQUIRE(mod_m != 0, "mod_m!=0");
     QAL_REQUIRE(mod_a != 0, "mod_a!=0");
-    const auto degree = static_cast<int32_t>(mod_m);
-    qal2p numbers[4];
-    qal2d *u = qal2pclear(numbers[0], degree), *v = qal2pclear(numbers[1], degree),
-          *g1 = qal2pclear(numbers[2], degree), *g2 = qal2pclear(numbers[3], degree);
-    qal2pcopy(u, a);
-    if (const Engine *engine = engine_of_field(mod_m, mod_a, mod_b, mod_c)) {
-        engine->invert(g1, u);
-    } else {
-        qal2psbit(v, degree, 1);
-        qal2psbit(v, 0, 1);
-        qal2psbit(v, static_cast<int32_t>(mod_a), 1);
-        if (mod_b != 0) {
-            qal2psbit(v, static_cast<int32_t>(mod_b), 1);
-            qal2psbit(v, static_cast<int32_t>(mod_c), 1);
-        }
-        g1[1] = 1;
-        while (!(qal2p_deg(u) == 0 && u[1] == 1)) {
-            int32_t j = qal2p_deg(u) - qal2p_deg(v);
-            if (j < 0) {
-                j = -j;
-                qal2d *const shorter = u, *const factor = g1;
-                u = v;
-                v = shorter;
-                g1 = g2;
-                g2 = factor;
-            }
-            addshifted(u, j, v);
-            addshifted(g1, j, g2);
-        }
-    }
-    qal2pcopy(r, g1);
-    wipe(numbers, sizeof numbers);
+    run_on_wiped_stack<inversion_stack>([=] { invert(r, a, mod_m, mod_a, mod_b, mod_c); });
     return r;
 }
 
 qal2d gf2x_mul_1_n(qal2d *r, const qal2d *a, int32_t n, qal2d b)
 {
-    qal2d carry = 0;
-    for (int32_t i = 0; i < n; i++) {
-        const uint64_t product = product32(a[i], b);
-        r[i] = static_cast<qal2d>(product) ^ carry;
-        carry = static_cast<qal2d>(product >> 32);
-    }
-    return carry;
+    const qal2d top = multiply_by_word<false>(r, nullptr, a, n, b);
+    wipe_stack<words_stack>();
+    return top;
 }
 
 qal2d gf2x_addmul_1_n(qal2d *r, const qal2d *s, const qal2d *a, int32_t n, qal2d b)
 {
-    qal2d carry = 0;
-    for (int32_t i = 0; i < n; i++) {
-        const uint64_t product = product32(a[i], b);
-        r[i] = s[i] ^ static_cast<qal2d>(product) ^ carry;
-        carry = static_cast<qal2d>(product >> 32);
-    }
-    return carry;
+    const qal2d top = multiply_by_word<true>(r, s, a, n, b);
+    wipe_stack<words_stack>();
+    return top;
 }
 
 void gf2x_mul(qal2d *r, const qal2d *a, int32_t an, const qal2d *b, int32_t bn)
 {
-    r[bn] = gf2x_mul_1_n(r, b, bn, a[0]);
+    r[bn] = multiply_by_word<false>(r, nullptr, b, bn, a[0]);
     for (int32_t i = 1; i < an; i++)
-        r[i + bn] = gf2x_addmul_1_n(r + i, r + i, b, bn, a[i]);
+        r[i + bn] = multiply_by_word<true>(r + i, r + i, b, bn, a[i]);
+    wipe_stack<words_stack>();
 }
 
 void pmult257x257(qal2d *r, const qal2d *a, const qal2d *b)
@@ -312,23 +357,25 @@ void pmult257x257(qal2d *r, const qal2d *a, const qal2d *b)
 void reduce163_7_6_3_1(qal2d *x)
 {
     QAL_REQUIRE(x != nullptr, "x!=0");
-    reduce_words<field163, 11, 0>(x);
+    reduce_in_registers<field163, 11>(x);
 }
 
 void reduce191_9_1(qal2d *x)
 {
     QAL_REQUIRE(x != nullptr, "x!=0");
-    reduce_words<field191, 12, 0>(x);
+    reduce_in_registers<field191, 12>(x);
 }
 
 void reduce257_12_1(qal2d *x)
 {
-    reduce_words<field257, 18, 0>(x);
+    reduce_in_registers<field257, 18>(x);
 }
 
 void reduce431_5_3_1(qal2d *x)
 {
     QAL_REQUIRE(x != nullptr, "x!=0");
-    reduce_words<field431, 28, 28>(x);
+    // In place, since the words above the result become zero.
+    reduce<field431>(Pairs{x});
+    memset(x + field431.halves(), 0, field431.halves() * sizeof *x);
 }
 }

@@ -28,8 +28,8 @@ constexpr FieldPolynomial field163 = {163, 7, 6, 3}, field191 = {191, 9, 0, 0},
 namespace {
 
 // x += value * x^position
-template<unsigned position>
-[[gnu::always_inline]] inline void add_at(uint64_t *x, uint64_t value)
+template<unsigned position, typename Words>
+[[gnu::always_inline]] inline void add_at(Words x, uint64_t value)
 {
     constexpr unsigned word = position / 64, bit = position % 64;
     x[word] ^= value << bit;
@@ -39,8 +39,8 @@ template<unsigned position>
 
 // The remainder of x, which has twice the words of an element, in its lower half. Words go from the
 // top down, x^(64 i) = x^(64 i - m) (x^a + ... + 1); what they are added to lies below them.
-template<const FieldPolynomial &f>
-[[gnu::always_inline]] inline void reduce(uint64_t *x)
+template<const FieldPolynomial &f, typename Words>
+[[gnu::always_inline]] inline void reduce(Words x)
 {
     constexpr unsigned n = f.words(), above = 64 * n - f.m, kept = f.m % 64;
     unroll<n>([&](auto step) QAL_INLINED {

@@ -11,9 +11,13 @@ namespace {
 
 const std::function<void()> *running;
 
+// Below a frame of its own, so that the way back overwrites nothing that the operation left.
 void enter()
 {
+    uint8_t frame[256];
+    std::memset(frame, MarkedStack::mark, sizeof frame);
     (*running)();
+    __asm__ volatile("" : : "r"(frame) : "memory");
 }
 
 } // namespace
@@ -40,6 +44,9 @@ void MarkedStack::run(const std::function<void()> &operation)
     there.uc_stack.ss_sp = stack_;
     there.uc_stack.ss_size = size;
     there.uc_link = &here;
+    // Callees save these; what the caller has in them is not the operation's.
+    for (const int saved : {REG_RBX, REG_RBP, REG_R12, REG_R13, REG_R14, REG_R15})
+        there.uc_mcontext.gregs[saved] = 0;
     makecontext(&there, enter, 0);
     running = &operation;
     swapcontext(&here, &there);

@@ -31,7 +31,10 @@ public:
     // Bytes below the beginning that are no longer as they were marked.
     [[nodiscard]] size_t depth() const;
 
-    // The deepest of these bytes.
+    // All of it as it is now, the deepest byte first.
+    [[nodiscard]] Bytes contents() const { return {stack_, stack_ + size}; }
+
+    // The deepest of the bytes that are no longer as they were marked.
     [[nodiscard]] Bytes deepest(size_t count) const;
 
 private:
