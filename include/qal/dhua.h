@@ -17,6 +17,12 @@ extern "C" {
 /**
  * The shared secret: the affine x of d Q or, with the cofactor, of h d Q; zero at infinity.
  *
+ * The public key is checked to be on the curve and nothing more. For a key that is zero, which
+ * stands for the point of order 2, the secret is zero whatever d is: a secret that is zero must not
+ * be used. Without the cofactor, a key outside the group of the base point, Q + T with T of order
+ * 2, tells whether d is even: use the cofactor, or check that n Q is infinity, for keys that do not
+ * come from a trusted source.
+ *
  * @param[in]  ctx       domain; its cofactor, 2 or 4, counts only with the flag.
  * @param[in]  priv_len  bytes, at least key_len of the domain.
  * @param[in]  priv      own private key d.

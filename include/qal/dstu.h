@@ -60,7 +60,12 @@ typedef struct {
     qale2kpic_ctx kp;    /**< the multiplication of G, whose Q becomes e G */
 } dstu_slot;
 
-/** A pool of one-time secrets. Not for concurrent use. */
+/**
+ * A pool of one-time secrets. Not for concurrent use, and not for copying: a copy of the record, by
+ * assignment, fork(), or a snapshot of a machine, gives the same secrets out again. Two signatures
+ * with one secret give the private key away: s - s' = d (r - r'). After a fork the child sets up a
+ * pool of its own.
+ */
 typedef struct {
     const dstu_ctx *ctx; /**< borrowed */
     qal_rnd rnd;         /**< random source; its result is ignored */
@@ -187,6 +192,11 @@ QAL_API int dstu_sign(const dstu_ctx *ctx, dstu_bspool *pool, int32_t priv_len, 
 
 /**
  * Verify a signature (DSTU 4145-2002, clause 13).
+ *
+ * The public key is checked to be on the curve and nothing more. Anyone can make signatures that
+ * are valid for a key that is zero, which stands for the point of order 2. A key that does not come
+ * from a trusted source must be checked before: n times its point (qale2exp(), qale2kp()) is
+ * infinity.
  *
  * @param[in] ctx        domain.
  * @param[in] pub_len    bytes, 1..field_len.

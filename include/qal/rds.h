@@ -94,6 +94,11 @@ QAL_API int rds_sign(const rds_ctx *ctx, const uint8_t *privkey, const uint8_t *
 /**
  * Verify a signature.
  *
+ * The public key is checked to be on the curve and nothing more: (0, 0) is taken for infinity, and
+ * a curve whose number of points has divisors besides q has points of small order. Anyone can make
+ * signatures that are valid for such a key. A key that does not come from a trusted source must be
+ * checked before: it is not (0, 0), and q times it (qaleckp()) is infinity.
+ *
  * @param[in] ctx     context.
  * @param[in] pubkey  64 bytes.
  * @param[in] digest  32 bytes.

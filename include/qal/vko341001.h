@@ -44,7 +44,10 @@ QAL_API int vko341001_gen_pubkey(const rds_ctx *ctx, const uint8_t *privkey, uin
 
 /**
  * Agree on a key encryption key. The shared point is not multiplied by a cofactor, and may be
- * infinity.
+ * infinity: the peer's key is checked to be on the curve and nothing more. With (0, 0) everyone
+ * knows the result; with a point of small order, where the curve has any, it is one of few, and
+ * which one tells the private key modulo that order. A key that does not come from a trusted source
+ * must be checked before: it is not (0, 0), and q times it (qaleckp()) is infinity.
  *
  * @param[in]  ctx          context, not checked for null.
  * @param[out] kek          32 bytes; written only if the code is 0.

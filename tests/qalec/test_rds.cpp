@@ -583,7 +583,7 @@ TEST(Signature, VerifiesWhatIsValidAlone)
     }
 }
 
-// A public key at infinity leaves C = z1 G = (s / e) G.
+// A public key at infinity leaves C = z1 G = (s / e) G: whoever knows no private key signs for it.
 TEST(Signature, PublicKeyAtInfinity)
 {
     const Domain domain = published_domain("cryptopro-a");
@@ -639,6 +639,23 @@ TEST(KeyAgreement, InfinityIsHashedAsZeros)
     const Answer kek = gen_kek(ctx, 5, Bytes(64), from_hex("00000000000000ff"));
     EXPECT_EQ(kek.code, 0);
     EXPECT_EQ(kek.out, GeneralScheme::hash({}));
+}
+
+// A public key of order 2 leaves two secrets to agree on, told by the parity of the private key.
+TEST(KeyAgreement, KeysOfSmallOrderAreAccepted)
+{
+    Random random;
+    const Domain published = published_domain("cryptopro-a");
+    const mpz_class &p = published.curve.p;
+    const mpz_class x = below(random, p), a = below(random, p), b = modulo(-(x * x + a) * x, p);
+    const Domain domain = {"order 2", {p, a, b}, published.q, {x, 0}};
+    Context ctx(domain);
+    const Bytes key = concatenation(to_be(x), Bytes(32)), ukm = from_hex("0000000000000001");
+    for (const int d : {1, 2, 1001, 1002}) {
+        const Answer kek = gen_kek(ctx, d, key, ukm);
+        EXPECT_EQ(kek.code, 0);
+        EXPECT_EQ(kek.out, GeneralScheme::hash(d % 2 != 0 ? Affine{x, 0} : Affine{}));
+    }
 }
 
 // Coordinates with zero bytes at the top, which do not go into the hash there but at the end.

@@ -56,6 +56,39 @@ TEST(DhUa, SharedSecrets)
     }
 }
 
+// A key outside the group of the base point: with T of order 2, d (Q + T) is d Q for even d alone.
+// The cofactor takes T away.
+TEST(DhUa, PointsOutsideTheGroupTellTheKeysParity)
+{
+    int tried = 0;
+    for (TestDomain &domain : test_domains()) {
+        const ModelCurve &model = domain.model();
+        if (model.cofactor != 4)
+            continue; // no compressed key stands for such a point
+        SCOPED_TRACE(model.name);
+        tried++;
+        ModelPoint T = {false, 0, model.b};
+        for (uint32_t i = 1; i < model.field.m; i++)
+            T.y = model.field.sqr(T.y);
+        const ModelPoint Q = model.mul(987654321, model.G);
+        const Bytes key = bytes_of(model.compress(model.add(Q, T)), domain.field_len());
+        const auto field_len = size_of(key);
+        for (const int d : {1000002, 1000003}) {
+            const Bytes priv = bytes_of(d, domain.key_len());
+            for (const int cofactor : {0, 1}) {
+                Bytes out(domain.field_len());
+                int32_t out_len;
+                ASSERT_EQ(dhua_zz(domain, size_of(priv), priv.data(), field_len, key.data(),
+                                  cofactor, &out_len, out.data()),
+                          0);
+                const Poly shared = model.mul(cofactor != 0 ? 4 * d : d, Q).x;
+                EXPECT_EQ(poly_of(out) == shared, cofactor != 0 || d % 2 == 0);
+            }
+        }
+    }
+    EXPECT_GT(tried, 0);
+}
+
 TEST(DhUa, Statuses)
 {
     TestDomain domain(model_curve("m163"));

@@ -386,6 +386,58 @@ TEST(Dstu4145, InfinityVerifiesNothing)
     });
 }
 
+// A public key that is zero stands for the point of order 2: what it is multiplied by counts only
+// as even or odd, and whoever knows no private key signs for it.
+TEST(Dstu4145, TheKeyOfOrderTwoVerifiesForgeries)
+{
+    in_every_domain([](TestDomain &domain) {
+        const ModelCurve &model = domain.model();
+        const Bytes zero(domain.field_len()), hash(20, 0x5a);
+        int forged = 0;
+        for (unsigned s = 1; forged == 0 && s < 64; s++) {
+            const mpz_class r =
+                model.field.mul(poly_of(hash), model.mul(s, model.G).x) % domain.scalar_bound();
+            if (r == 0 || coefficient(r, 0))
+                continue;
+            const Bytes sig = signature_bytes(domain, {r, s});
+            EXPECT_EQ(dstu_verify(domain, size_of(zero), zero.data(), 160, hash.data(),
+                                  size_of(sig), sig.data()),
+                      0);
+            forged++;
+        }
+        EXPECT_EQ(forged, 1);
+    });
+}
+
+// Both sign with e: s - s' = d (r - r').
+TEST(Dstu4145, TwoSignaturesOfACopiedPoolGiveTheKeyAway)
+{
+    in_every_domain([](TestDomain &domain) {
+        Pool pool(domain);
+        const mpz_class d = poly_of(Random().bytes(domain.key_len())) % domain.scalar_bound();
+        const Bytes priv = bytes_of(d, domain.key_len());
+        while (dstu_bspool_step(pool) == 0) {
+        }
+        const auto copy = std::make_unique<dstu_bspool>(*pool.pool);
+        mpz_class r[2], s[2];
+        for (const size_t i : {0U, 1U}) {
+            const Bytes hash(20, static_cast<uint8_t>(i + 1));
+            Bytes sig(domain.sig_len());
+            auto sig_len = size_of(sig);
+            ASSERT_EQ(dstu_sign(domain, i == 0 ? pool.pool.get() : copy.get(), size_of(priv),
+                                priv.data(), 160, hash.data(), &sig_len, sig.data()),
+                      0);
+            const auto half = sig.begin() + static_cast<long>(sig.size() / 2);
+            r[i] = poly_of(Bytes(sig.begin(), half));
+            s[i] = poly_of(Bytes(half, sig.end()));
+        }
+        const mpz_class &n = domain.model().n;
+        mpz_class difference = (n + r[0] - r[1]) % n;
+        ASSERT_NE(mpz_invert(difference.get_mpz_t(), difference.get_mpz_t(), n.get_mpz_t()), 0);
+        EXPECT_EQ((n + s[0] - s[1]) * difference % n, d);
+    });
+}
+
 TEST(Dstu4145, FailedAttemptsKeepTheProduct)
 {
     const TestDomain domain(model_curve("m163"));
