@@ -507,10 +507,14 @@ void reduce52_avx512(qald *r, const Block *x, size_t blocks, const qald *p, size
 using namespace qal::math;
 
 // Apart from the choice, which is to cost small numbers nothing.
+//
+// b is multiplied by 2^s, for W^(4 blocks) = 2^(64 n + s). The result is that of the other variants
+// for factors that are not below p, too: a step's digits q are below W, and together they are the
+// one number below W^(4 blocks) for which a b 2^s + q p is divisible by it. That is 2^s m, for the
+// m below 2^(64 n) that makes a b + m p divisible by 2^(64 n), so that the quotients are the same.
 [[gnu::noinline]] static void multiply_wide(qald *r, const qald *a, const qald *b, const qald *p,
                                             size_t n, qald c)
 {
-    // A factor is multiplied by R / 2^(64 n).
     const size_t blocks = blocks_for(n);
     Block x[most_blocks], y[most_blocks], modulus[most_blocks];
     split52_avx512(x, blocks, a, n, 0);
@@ -531,17 +535,16 @@ using namespace qal::math;
 
 void qal_mont_mul_avx512(qald *r, const qald *a, const qald *b, const qald *p, size_t n, qald c)
 {
-    // What factors not below p shall give depends on more than their product modulo p.
-    if (!gains(n) || (qal_sub_row(r, a, p, n) & qal_sub_row(r, b, p, n)) == 0)
-        qal_mont_mul_bmi2adx(r, a, b, p, n, c);
-    else
+    if (gains(n))
         multiply_wide(r, a, b, p, n, c);
+    else
+        qal_mont_mul_bmi2adx(r, a, b, p, n, c);
 }
 
 void qal_mont_sqr_avx512(qald *r, const qald *a, const qald *p, size_t n, qald c)
 {
-    if (square_gains(n) && qal_sub_row(r, a, p, n) != 0)
-        qal_mont_mul_avx512(r, a, a, p, n, c);
+    if (square_gains(n))
+        multiply_wide(r, a, a, p, n, c);
     else
         qal_mont_sqr_bmi2adx(r, a, p, n, c);
 }

@@ -24,6 +24,9 @@ constexpr uint64_t direction_flag = 0x400;
 uint64_t steps, lost_steps;
 const Call *stepped;
 
+// What another handler collects.
+std::vector<uintptr_t> *path;
+
 } // namespace
 
 extern "C" {
@@ -51,17 +54,47 @@ _Unwind_Reason_Code visit(_Unwind_Context *context, void *found)
     return _URC_NORMAL_STOP;
 }
 
-void on_step(int /*signal*/, siginfo_t * /*info*/, void *context)
+// Of the instruction that comes next, or 0 if it is the test's own.
+uintptr_t address_in(void *context)
 {
     const auto at =
         static_cast<uintptr_t>(static_cast<ucontext_t *>(context)->uc_mcontext.gregs[REG_RIP]);
-    if (at >= reinterpret_cast<uintptr_t>(&qal_test_call) &&
-        at < reinterpret_cast<uintptr_t>(qal_test_call_end))
+    const bool own = at >= reinterpret_cast<uintptr_t>(&qal_test_call) &&
+                     at < reinterpret_cast<uintptr_t>(qal_test_call_end);
+    return own ? 0 : at;
+}
+
+void on_step(int /*signal*/, siginfo_t * /*info*/, void *context)
+{
+    if (address_in(context) == 0)
         return;
     steps++;
     bool found = false;
     _Unwind_Backtrace(visit, &found);
     lost_steps += !found;
+}
+
+void on_path(int /*signal*/, siginfo_t * /*info*/, void *context)
+{
+    const uintptr_t at = address_in(context);
+    if (at != 0)
+        path->push_back(at);
+}
+
+// Calls it step by step, with the handler at each.
+uint64_t run_stepped(const void *function, const std::array<uint64_t, 6> &arguments,
+                     void (*handle)(int, siginfo_t *, void *))
+{
+    struct sigaction handler = {}, previous = {};
+    handler.sa_sigaction = handle;
+    handler.sa_flags = SA_SIGINFO;
+    EXPECT_EQ(sigaction(SIGTRAP, &handler, &previous), 0);
+    Call call = {};
+    call.step = 1;
+    stepped = &call;
+    const uint64_t result = run(function, arguments, call);
+    EXPECT_EQ(sigaction(SIGTRAP, &previous, nullptr), 0);
+    return result;
 }
 
 } // namespace
@@ -74,19 +107,21 @@ uint64_t checked_call(const void *function, const std::array<uint64_t, 6> &argum
 
 uint64_t stepped_call(const void *function, const std::array<uint64_t, 6> &arguments)
 {
-    struct sigaction handler = {}, previous = {};
-    handler.sa_sigaction = on_step;
-    handler.sa_flags = SA_SIGINFO;
-    EXPECT_EQ(sigaction(SIGTRAP, &handler, &previous), 0);
-    Call call = {};
-    call.step = 1;
     steps = lost_steps = 0;
-    stepped = &call;
-    const uint64_t result = run(function, arguments, call);
-    EXPECT_EQ(sigaction(SIGTRAP, &previous, nullptr), 0);
+    const uint64_t result = run_stepped(function, arguments, on_step);
     EXPECT_EQ(lost_steps, 0) << "of " << steps << " instructions";
     EXPECT_GT(steps, 0);
     return result;
+}
+
+std::vector<uintptr_t> path_of_call(const void *function, const std::array<uint64_t, 6> &arguments)
+{
+    checked_call(function, arguments);
+    std::vector<uintptr_t> addresses;
+    path = &addresses;
+    run_stepped(function, arguments, on_path);
+    EXPECT_FALSE(addresses.empty());
+    return addresses;
 }
 
 } // namespace qal::test

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstdint>
+#include <vector>
 
 namespace qal::test {
 
@@ -16,6 +17,10 @@ uint64_t checked_call(const void *function, const std::array<uint64_t, 6> &argum
 // stack: it must find its way back to the caller, with the caller's stack pointer, from every
 // instruction.
 uint64_t stepped_call(const void *function, const std::array<uint64_t, 6> &arguments);
+
+// The addresses of the instructions that a call executes, in their order. A call before it has had
+// all names bound that it meets.
+std::vector<uintptr_t> path_of_call(const void *function, const std::array<uint64_t, 6> &arguments);
 
 } // namespace qal::test
 
