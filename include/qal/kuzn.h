@@ -83,12 +83,13 @@ QAL_API void kuzn_ecb_init(kuzn_ecb_ctx *ctx, uint32_t mode, const uint8_t *key)
  * Transform one block: what is at in goes to out, len / 16 times over.
  *
  * The positions do not advance. With separate buffers the result is that of one block, whatever len
- * says; in place the block is transformed len / 16 times in succession. Nothing beyond the first
- * block is read or written, and with len below 16 nothing happens.
+ * says; in place the block is transformed len / 16 times in succession. Where the buffers overlap
+ * in part, each time takes the 16 bytes that are at in by then. Nothing beyond the first block is
+ * read or written, and with len below 16 nothing happens.
  *
  * @param[in]  ctx  record.
  * @param[in]  in   16 bytes.
- * @param[out] out  16 bytes; may be in.
+ * @param[out] out  16 bytes; may be in, or overlap it.
  * @param[in]  len  bytes; a remainder below 16 is ignored.
  */
 QAL_API void kuzn_ecb_update(const kuzn_ecb_ctx *ctx, const uint8_t *in, uint8_t *out, size_t len);

@@ -31,6 +31,8 @@ void kuzn_ecb_init(kuzn_ecb_ctx *ctx, uint32_t mode, const uint8_t *key)
 void kuzn_ecb_update(const kuzn_ecb_ctx *ctx, const uint8_t *in, uint8_t *out, size_t len)
 {
     // The positions stay where they are: callers pass one block, and rely on repetition in place.
+    const auto from = reinterpret_cast<uintptr_t>(in), to = reinterpret_cast<uintptr_t>(out);
+    const bool apart = (from < to ? to - from : from - to) >= block_size;
     uint8_t block[block_size];
     for (size_t n = len / block_size; n > 0; n--) {
         memcpy(block, in, block_size);
@@ -39,8 +41,8 @@ void kuzn_ecb_update(const kuzn_ecb_ctx *ctx, const uint8_t *in, uint8_t *out, s
         else
             kuznyechik_block_dec(block, ctx->rk);
         memcpy(out, block, block_size);
-        // Apart, every further repetition gives what is there already.
-        if (in != out)
+        // Every further repetition gives what is there already.
+        if (apart)
             break;
     }
     wipe(block, sizeof block);

@@ -168,6 +168,36 @@ TEST(KuznyechikEcb, PositionsDoNotAdvance)
     }
 }
 
+// Every time takes what is at the input by then, which the time before may have changed in part.
+TEST(KuznyechikEcb, BuffersMayOverlap)
+{
+    constexpr ptrdiff_t furthest = 18;
+    Random random;
+    const Bytes key = random.bytes(32);
+    const KuznyechikModel model;
+    const auto keys = model.schedule(key);
+    for (const uint32_t mode : {1U, 0U}) {
+        kuzn_ecb_ctx ctx;
+        kuzn_ecb_init(&ctx, mode, key.data());
+        for (ptrdiff_t distance = -furthest; distance <= furthest; distance++) {
+            for (const size_t len : {15U, 16U, 32U, 47U, 64U}) {
+                Bytes expected = random.bytes(16 + 2 * furthest);
+                MarkedBytes place(expected);
+                kuzn_ecb_update(&ctx, place.data() + furthest, place.data() + furthest + distance,
+                                len);
+                for (size_t n = 0; n < len / 16; n++) {
+                    const auto in = expected.begin() + furthest;
+                    const Bytes block(in, in + 16);
+                    const Bytes out =
+                        mode == 1 ? model.encrypt(keys, block) : model.decrypt(keys, block);
+                    std::copy(out.begin(), out.end(), in + distance);
+                }
+                EXPECT_EQ(place.contents(), expected) << distance << " " << len;
+            }
+        }
+    }
+}
+
 TEST(KuznyechikCtr, InitFillsTheRecord)
 {
     Random random;
