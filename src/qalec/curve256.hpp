@@ -69,6 +69,15 @@ QAL_CURVE256_MULTIPLY(curve256_multiply);
 QAL_CURVE256_MULTIPLY(curve256_multiply_portable);
 QAL_CURVE256_MULTIPLY(curve256_multiply_bmi2adx);
 QAL_CURVE256_MULTIPLY(curve256_multiply_avx512);
+
+// The same where no step meets points that are equal, opposite or infinite, and where p is one for
+// which there are lanes; false elsewhere. With a point of prime order q, not less than 2^254 - 1,
+// and n below q no step does.
+bool curve256_multiply_base_once_avx512(const Curve256 *curve, const qalecpoint *table,
+                                        const uint64_t *n, uint64_t *xy);
+bool curve256_multiply_once_avx512(const Curve256 *curve, const uint64_t *P, const uint64_t *n,
+                                   uint64_t *xy);
+
 QAL_CURVE256_CONTAINS(curve256_contains);
 QAL_CURVE256_CONTAINS(curve256_contains_portable);
 QAL_CURVE256_CONTAINS(curve256_contains_bmi2adx);

@@ -7,7 +7,8 @@
 // (H. Cohen, A. Miyaji, T. Ono, "Efficient elliptic curve exponentiation using mixed coordinates",
 // 1998). Additions know nothing of equal, opposite and infinite points: any of those makes Z zero,
 // and once zero it stays so. Then, and for other p, the variant for general registers does it all
-// again. With a point of prime order q that takes a scalar of q - 1 or a multiple of q.
+// again. Multiples of a point of prime order q by secret scalars below q never take that: the
+// digits of scalars are chosen so that no such points meet.
 #include "base/secrecy.hpp"
 #include "qalec/curve256.hpp"
 #include "qalec/field256_avx512.hpp"
@@ -133,6 +134,13 @@ struct Group4 {
         return {blend<8>(blend<4>(blend<2>(splat(X), splat(Y)), z), w), a};
     }
 
+    // Of an entry: (X, Y, Z, Z^4), which takes a to be W.
+    [[nodiscard]] Point4 point(const F4 &x, const F4 &y) const
+    {
+        const F4 zz = permute<2, 2, 2, 2>(x), w = normalised(mul(zz, zz));
+        return {blend<8>(blend<4>(blend<2>(x, y), permute<1, 1, 1, 1>(x)), w), a};
+    }
+
     // The odd multiples of s, of which W is not needed.
     void odd_multiples(Addend4 *table, int size, Point4 s) const
     {
@@ -236,66 +244,92 @@ void look_up(Addend4 &r, const Addend4 *table, uint64_t index)
         _mm512_store_si512(r.limb[j], chosen[j]);
 }
 
-// The Jacobian coordinates of n P for the odd multiples of P; false if they were not found. n + 1
-// stands in for an even n, and P is taken away at the end.
-bool multiple(const Group4 &group, uint64_t *XYZ, const Point4 &P, const Addend4 *table,
+// x under the mask, y elsewhere.
+F4 chosen(const F4 &x, const F4 &y, uint64_t mask)
+{
+    const __m256i m = _mm256_set1_epi64x(static_cast<int64_t>(mask));
+    F4 r;
+#pragma GCC unroll 10
+    for (int i = 0; i < limbs; i++)
+        r.limb[i] =
+            _mm256_or_si256(_mm256_and_si256(m, x.limb[i]), _mm256_andnot_si256(m, y.limb[i]));
+    return r;
+}
+
+// s += q, or s -= q under the mask `negative`, under the mask `wanted`.
+void add_if(const Group4 &group, Point4 &s, const Addend4 &q, uint64_t negative, uint64_t wanted)
+{
+    Point4 sum = s;
+    group.add_point(sum, Group4::first(q),
+                    Group4::negative_if(Group4::second(q), group.p5555, negative));
+    s = {chosen(sum.p, s.p, wanted), chosen(sum.f, s.f, wanted)};
+}
+
+// xy = n P for the odd multiples of P; false if it was not found. 1 stands in for n = 0.
+bool multiple(const Curve256 *curve, const Group4 &group, uint64_t *xy, const Addend4 *table,
               const uint64_t *n)
 {
-    Point4 sum = P;
+    const uint64_t none = mask_if_zero(Fe{{n[0], n[1], n[2], n[3]}});
+    const uint64_t positive[digits256] = {n[0] | (none & 1), n[1], n[2], n[3]};
+    const RegularScalar scalar(positive);
     Addend4 q;
+    look_up(q, table, scalar.top_index());
+    Point4 sum = group.point(Group4::first(q), Group4::second(q));
     for (unsigned i = regular_digits - 1; i-- > 0;) {
         for (unsigned j = 0; j < regular_width; j++)
             group.twice(sum);
-        const RegularDigit digit = regular_digit(n, i);
+        const RegularDigit digit = scalar.digit(i);
         look_up(q, table, digit.index);
         group.add_point(sum, Group4::first(q),
                         Group4::negative_if(Group4::second(q), group.p5555, digit.negative));
     }
-    Point4 less = sum;
-    group.add_point(less, Group4::first(table[0]),
-                    Group4::negative_if(Group4::second(table[0]), group.p5555, ~uint64_t{0}));
-    const __m256i even = _mm256_set1_epi64x(static_cast<int64_t>(mask_of_bit(1 ^ (n[0] & 1))));
-#pragma GCC unroll 10
-    for (int i = 0; i < limbs; i++)
-        sum.p.limb[i] = _mm256_or_si256(_mm256_and_si256(even, less.p.limb[i]),
-                                        _mm256_andnot_si256(even, sum.p.limb[i]));
-    // For a point of order q this says no more than that the scalar is q - 1 or no proper one.
-    return base::declassified(group.coordinates(XYZ, sum));
+    add_if(group, sum, table[0], ~uint64_t{0}, scalar.m_is_even);
+    group.twice(sum);
+    add_if(group, sum, table[0], scalar.s_is_negative, scalar.n_is_odd);
+
+    // Of a point of prime order this says nothing about a scalar below that.
+    uint64_t XYZ[3 * digits256];
+    if (!base::declassified(group.coordinates(XYZ, sum)))
+        return false;
+    for (int i = 2 * digits256; i < 3 * digits256; i++)
+        XYZ[i] &= ~none;
+    curve256_to_affine_bmi2adx(curve, XYZ, xy);
+    return true;
 }
 
 } // namespace
 
+bool curve256_multiply_base_once_avx512(const Curve256 *curve, const qalecpoint *table,
+                                        const uint64_t *n, uint64_t *xy)
+{
+    if (!is_suitable(curve))
+        return false;
+    const Group4 group(curve);
+    Addend4 multiples[table256_size];
+    given_multiples(group, multiples, table);
+    return multiple(curve, group, xy, multiples, n);
+}
+
+bool curve256_multiply_once_avx512(const Curve256 *curve, const uint64_t *P, const uint64_t *n,
+                                   uint64_t *xy)
+{
+    if (!is_suitable(curve))
+        return false;
+    const Group4 group(curve);
+    Addend4 multiples[table256_size];
+    group.odd_multiples(multiples, table256_size, plain_point(group, P));
+    return multiple(curve, group, xy, multiples, n);
+}
+
 QAL_CURVE256_MULTIPLY_BASE(curve256_multiply_base_avx512)
 {
-    bool found = false;
-    if (is_suitable(curve)) {
-        const Group4 group(curve);
-        Addend4 multiples[table256_size];
-        given_multiples(group, multiples, table);
-        const Point4 G = group.point(element(table[0].X), element(table[0].Y), element(table[0].Z));
-        uint64_t XYZ[3 * digits256];
-        found = multiple(group, XYZ, G, multiples, n);
-        if (found)
-            curve256_to_affine_bmi2adx(curve, XYZ, xy);
-    }
-    if (!found)
+    if (!curve256_multiply_base_once_avx512(curve, table, n, xy))
         curve256_multiply_base_bmi2adx(curve, table, n, xy);
 }
 
 QAL_CURVE256_MULTIPLY(curve256_multiply_avx512)
 {
-    bool found = false;
-    if (is_suitable(curve)) {
-        const Group4 group(curve);
-        Addend4 multiples[table256_size];
-        const Point4 point = plain_point(group, P);
-        group.odd_multiples(multiples, table256_size, point);
-        uint64_t XYZ[3 * digits256];
-        found = multiple(group, XYZ, point, multiples, n);
-        if (found)
-            curve256_to_affine_bmi2adx(curve, XYZ, xy);
-    }
-    if (!found)
+    if (!curve256_multiply_once_avx512(curve, P, n, xy))
         curve256_multiply_bmi2adx(curve, P, n, xy);
 }
 
@@ -328,11 +362,7 @@ QAL_CURVE256_MATCHES(curve256_matches_avx512)
             if (started) {
                 group.add_point(sum, Group4::first(entry), y);
             } else {
-                // (X, Y, Z, Z^4), which takes a to be W
-                const F4 x = Group4::first(entry), zz = permute<2, 2, 2, 2>(x);
-                const F4 w = normalised(group.mul(zz, zz));
-                sum.p = blend<8>(blend<4>(blend<2>(x, y), permute<1, 1, 1, 1>(x)), w);
-                sum.f = group.a;
+                sum = group.point(Group4::first(entry), y);
                 started = true;
             }
         }

@@ -222,29 +222,35 @@ struct Group {
         memcpy(&r, sum, sizeof r);
     }
 
+    // p += q, or p -= q under the mask `negative`, under the mask `wanted`.
+    void add_if(Point &p, Addend q, uint64_t negative, uint64_t wanted) const
+    {
+        Point sum = p;
+        negate_if(q.Y, negative);
+        add_any(sum, q);
+        move_if(p.X, sum.X, wanted);
+        move_if(p.Y, sum.Y, wanted);
+        move_if(p.Z, sum.Z, wanted);
+    }
+
     // xy = n p, where the table has the odd multiples of p up to 31.
-    //
-    // n + 1 stands in for an even n, and p is taken away at the end.
     void multiply(uint64_t *xy, const Addend *table, const uint64_t *n, uint64_t k) const
     {
-        Point sum = {table[0].X, table[0].Y, table[0].Z};
+        const RegularScalar scalar(n);
         Addend q;
+        look_up(q, table, scalar.top_index());
+        Point sum = {q.X, q.Y, q.Z};
         for (unsigned i = regular_digits - 1; i-- > 0;) {
             for (unsigned j = 0; j < regular_width; j++)
                 twice(sum, sum);
-            const RegularDigit digit = regular_digit(n, i);
+            const RegularDigit digit = scalar.digit(i);
             look_up(q, table, digit.index);
             negate_if(q.Y, digit.negative);
             add_any(sum, q);
         }
-        Point less = sum;
-        q = table[0];
-        negate_if(q.Y, ~uint64_t{0});
-        add_any(less, q);
-        const uint64_t even = mask_of_bit(1 ^ (n[0] & 1));
-        move_if(sum.X, less.X, even);
-        move_if(sum.Y, less.Y, even);
-        move_if(sum.Z, less.Z, even);
+        add_if(sum, table[0], ~uint64_t{0}, scalar.m_is_even);
+        twice(sum, sum);
+        add_if(sum, table[0], scalar.s_is_negative, scalar.n_is_odd);
         to_affine(xy, sum, k);
     }
 

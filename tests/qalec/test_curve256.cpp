@@ -3,6 +3,7 @@
 #include "qalec/curve256.hpp"
 #include "qalec/field256_variants.hpp"
 #include "qalec/model.hpp"
+#include "qalec/recoding256.hpp"
 #include "support/sweeps.hpp"
 
 #include <gtest/gtest.h>
@@ -306,8 +307,10 @@ TEST(Engine, Multiples)
     for (const Domain &domain : domains(random)) {
         SCOPED_TRACE(domain.name + ", p = " + domain.curve.p.get_str(16));
         const Both both(domain);
-        for (int round = 0; round < 30; round++) {
-            const mpz_class n = round < 12 ? mpz_class(round) : scalar(random, domain.q);
+        for (int round = 0; round < 50; round++) {
+            const mpz_class n = round < 12   ? mpz_class(round)
+                                : round < 24 ? modulo(domain.q - 6 + (round - 12), two256)
+                                             : scalar(random, domain.q);
             const Affine expected = both.multiple(n, domain.G);
             Digits4 N;
             uint64_t P[8], xy[8];
@@ -321,6 +324,84 @@ TEST(Engine, Multiples)
                 variant.run(&both.engine, P, N, xy);
                 ASSERT_EQ(import_point(xy), expected) << n.get_str(16);
             });
+        }
+    }
+}
+
+// Digits of scalars are what they say they are, and no step of a multiplication meets a multiple of
+// the point that it adds, for whatever order below which the scalars are.
+TEST(Engine, RegularScalars)
+{
+    Random random;
+    for (int round = 0; round < 30'000; round++) {
+        const mpz_class q = (two256 / 4 - 1 + below(random, 3 * two256 / 4)) | 1;
+        const mpz_class near = static_cast<unsigned long>(random.below(200));
+        const mpz_class edges[] = {1 + near,
+                                   q - 1 - near,
+                                   q / 2 - 100 + near,
+                                   two256 / 64 - 100 + near,
+                                   two256 / 64 * 16 - 100 + near,
+                                   1 + below(random, q - 1)};
+        const mpz_class n = modulo(edges[random.below(6)] - 1, q - 1) + 1;
+        Digits4 N;
+        export_digits(N, n);
+        const RegularScalar scalar(N);
+        // The sum is a multiple of a point of order q, to which that many times the point are
+        // added.
+        mpz_class sum = 2 * static_cast<unsigned long>(scalar.top_index()) + 1;
+        const auto add = [&](const mpz_class &d) {
+            ASSERT_NE(modulo(sum, q), 0) << n << " modulo " << q;
+            ASSERT_NE(modulo(sum - d, q), 0) << n << " modulo " << q;
+            ASSERT_NE(modulo(sum + d, q), 0) << n << " modulo " << q;
+            sum += d;
+        };
+        ASSERT_LT(sum, 32);
+        for (unsigned i = regular_digits - 1; i-- > 0;) {
+            const RegularDigit digit = scalar.digit(i);
+            ASSERT_LT(digit.index, 16);
+            sum *= 32;
+            const mpz_class d = 2 * static_cast<unsigned long>(digit.index) + 1;
+            add(digit.negative ? mpz_class(-d) : d);
+        }
+        if (scalar.m_is_even)
+            add(-1);
+        sum *= 2;
+        if (scalar.n_is_odd)
+            add(scalar.s_is_negative ? -1 : 1);
+        ASSERT_EQ(sum, n);
+        if (HasFatalFailure())
+            return;
+    }
+}
+
+// A second multiplication, by the variant for general registers, is not for scalars below a prime
+// order: that would tell which they are.
+TEST(Engine, OneMultiplicationIsEnough)
+{
+    if ((processor_features() & wide) != wide)
+        GTEST_SKIP() << "needs AVX-512";
+    Random random;
+    for (const Domain &domain : published_domains()) {
+        const Both both(domain);
+        if (!both.engine.special)
+            continue;
+        SCOPED_TRACE(domain.name);
+        const mpz_class &q = domain.q;
+        std::vector<mpz_class> scalars = {0};
+        for (int i = 1; i <= 70; i++)
+            for (const mpz_class &n : {mpz_class(i), mpz_class(q - i), mpz_class(q / 2 - 35 + i),
+                                       mpz_class(two256 / 64 - 35 + i), below(random, q)})
+                scalars.push_back(n);
+        uint64_t G[8], xy[8];
+        export_point(G, domain.G);
+        for (const mpz_class &n : scalars) {
+            Digits4 N;
+            export_digits(N, n);
+            const Affine expected = both.multiple(n, domain.G);
+            ASSERT_TRUE(curve256_multiply_base_once_avx512(&both.engine, both.table, N, xy)) << n;
+            ASSERT_EQ(import_point(xy), expected) << n;
+            ASSERT_TRUE(curve256_multiply_once_avx512(&both.engine, G, N, xy)) << n;
+            ASSERT_EQ(import_point(xy), expected) << n;
         }
     }
 }
