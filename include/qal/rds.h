@@ -40,7 +40,7 @@ typedef struct {
     uint32_t privkey_len; /**< 32 */
     uint32_t sig_len;     /**< 64 */
     uint32_t w;           /**< window width of table, 5 */
-    qalecpoint table[16]; /**< G, 3G, ..., 31G */
+    qalecpoint table[16]; /**< G, 3G, ..., 31G, for rds_gen_keys() and rds_sign() alone */
 } rds_ctx;
 
 /**

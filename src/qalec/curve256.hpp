@@ -37,11 +37,11 @@ struct Curve256 {
 // Whether P, both coordinates below p, is on the curve; infinity is.
 #define QAL_CURVE256_CONTAINS(name) bool name(const Curve256 *curve, const uint64_t *P)
 
-// Whether the abscissa of u G + v P is r modulo q, where infinity has none. The table is as above.
-// 0 < r < q; any u and v. Nothing is secret.
+// Whether the abscissa of u G + v P is r modulo q, where infinity has none. G and P are on the
+// curve or infinity; 0 < r < q; any u and v. Nothing is secret.
 #define QAL_CURVE256_MATCHES(name)                                                                 \
-    bool name(const Curve256 *curve, const qalecpoint *table, const uint64_t *P,                   \
-              const uint64_t *u, const uint64_t *v, const uint64_t *q, const uint64_t *r)
+    bool name(const Curve256 *curve, const uint64_t *G, const uint64_t *P, const uint64_t *u,      \
+              const uint64_t *v, const uint64_t *q, const uint64_t *r)
 
 // Of a Jacobian point's three coordinates, in internal form, the affine ones; and whether the
 // abscissa of one that is not infinite is r modulo q, as above. All is secret in the former,

@@ -335,17 +335,17 @@ QAL_CURVE256_MULTIPLY(curve256_multiply_avx512)
 
 QAL_CURVE256_MATCHES(curve256_matches_avx512)
 {
-    constexpr int G_width = 6, P_width = 5, P_size = 1 << (P_width - 2);
+    constexpr int width = 5, size = 1 << (width - 2);
     if (!is_suitable(curve))
-        return curve256_matches_bmi2adx(curve, table, P, u, v, q, r);
+        return curve256_matches_bmi2adx(curve, G, P, u, v, q, r);
     const Group4 group(curve);
-    Addend4 of_G[table256_size], of_P[P_size];
-    given_multiples(group, of_G, table);
-    group.odd_multiples(of_P, P_size, plain_point(group, P));
+    Addend4 of_G[size], of_P[size];
+    group.odd_multiples(of_G, size, plain_point(group, G));
+    group.odd_multiples(of_P, size, plain_point(group, P));
 
     int16_t digits[2][257];
-    const int lengths[2] = {non_adjacent_form(digits[0], u, G_width),
-                            non_adjacent_form(digits[1], v, P_width)};
+    const int lengths[2] = {non_adjacent_form(digits[0], u, width),
+                            non_adjacent_form(digits[1], v, width)};
     const Addend4 *const tables[2] = {of_G, of_P};
     Point4 sum = {};
     bool started = false;
@@ -369,7 +369,7 @@ QAL_CURVE256_MATCHES(curve256_matches_avx512)
     }
     uint64_t XYZ[3 * digits256];
     if (!started || !group.coordinates(XYZ, sum))
-        return curve256_matches_bmi2adx(curve, table, P, u, v, q, r);
+        return curve256_matches_bmi2adx(curve, G, P, u, v, q, r);
     return curve256_has_abscissa_bmi2adx(curve, XYZ, q, r);
 }
 

@@ -272,13 +272,13 @@ struct Group {
         return false;
     }
 
-    // u G + v P; nothing is secret.
-    void joint_multiple(Point &sum, const Addend *G, int G_width, const uint64_t *u,
-                        const Addend *P, int P_width, const uint64_t *v) const
+    // u G + v P, for windows of so many bits; nothing is secret.
+    void joint_multiple(Point &sum, int width, const Addend *G, const uint64_t *u, const Addend *P,
+                        const uint64_t *v) const
     {
         int16_t digits[2][257];
-        const int lengths[2] = {non_adjacent_form(digits[0], u, G_width),
-                                non_adjacent_form(digits[1], v, P_width)};
+        const int lengths[2] = {non_adjacent_form(digits[0], u, width),
+                                non_adjacent_form(digits[1], v, width)};
         sum = {};
         for (int i = (lengths[0] > lengths[1] ? lengths[0] : lengths[1]) - 1; i >= 0; i--) {
             twice(sum, sum);

@@ -42,11 +42,11 @@ QAL_CURVE256_MATCHES(QAL_CURVE256_VARIANT(curve256_matches))
 {
     return in_group(curve, [=](const auto &group) {
         constexpr int width = 5, size = 1 << (width - 2);
-        Addend of_G[table256_size], of_P[size];
-        given_multiples(group, of_G, table);
+        Addend of_G[size], of_P[size];
+        group.odd_multiples(of_G, size, plain_point(group, G));
         group.odd_multiples(of_P, size, plain_point(group, P));
         Point sum;
-        group.joint_multiple(sum, of_G, 6, u, of_P, width, v);
+        group.joint_multiple(sum, width, of_G, u, of_P, v);
         return !group.f.is_zero(sum.Z) && group.has_abscissa(sum, from_digits(r), from_digits(q));
     });
 }

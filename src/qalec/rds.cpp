@@ -157,7 +157,7 @@ int rds_verify(const rds_ctx *ctx, const uint8_t *pubkey, const uint8_t *digest,
         return null_pointer;
     const Curve256 curve = curve_of(ctx);
     const Scalar q = scalar_of(ctx->q), zero = {};
-    uint64_t Q[2 * digits256];
+    uint64_t G[2 * digits256], Q[2 * digits256];
     if (!load_point(Q, curve, pubkey))
         return bad_public_key;
     const Scalar s = load_scalar(sig), r = load_scalar(sig + bytes256);
@@ -168,5 +168,6 @@ int rds_verify(const rds_ctx *ctx, const uint8_t *pubkey, const uint8_t *digest,
     const Scalar z1 = sum_of_products(q, s, v, zero, zero);
     Scalar z2 = sum_of_products(q, r, v, zero, zero);
     subtract(z2, q, z2);
-    return curve256_matches(&curve, ctx->table, Q, z1.d, z2.d, q.d, r.d) ? ok : bad_signature;
+    base_point(G, ctx);
+    return curve256_matches(&curve, G, Q, z1.d, z2.d, q.d, r.d) ? ok : bad_signature;
 }

@@ -110,6 +110,22 @@ inline Curve256 curve_of(const rds_ctx *ctx)
     return curve;
 }
 
+// The base point, for operations that do not use the table of its multiples.
+inline void base_point(uint64_t *xy, const rds_ctx *ctx)
+{
+    const qalpff *const f = &ctx->curve.field;
+    Scalar x = {}, y = {};
+    if (ctx->G.Z[0] != 0) {
+        qalfe number;
+        x = scalar_of(f->out(f, number, ctx->G.X));
+        y = scalar_of(f->out(f, number, ctx->G.Y));
+    }
+    for (int i = 0; i < digits256; i++) {
+        xy[i] = x.d[i];
+        xy[digits256 + i] = y.d[i];
+    }
+}
+
 // w x + y s mod q for x and s below q. An even q, which can only be a mistake, is accepted by the
 // interface; it has no arithmetic in Montgomery's form, and no secrets worth keeping either.
 inline Scalar sum_of_products(const Scalar &q, const Scalar &w, const Scalar &x, const Scalar &y,

@@ -37,6 +37,21 @@ void store_left_aligned(uint8_t *out, const uint64_t *coordinate)
     store_digits(out, digits);
 }
 
+[[gnu::noinline]] int gen_pubkey(const rds_ctx *ctx, const uint8_t *privkey, uint8_t *pubkey)
+{
+    const Scalar d = load_scalar(privkey);
+    // The code says so.
+    if (!qal::base::declassified(is_in_range(d, scalar_of(ctx->q))))
+        return bad_private_key;
+    const Curve256 curve = curve_of(ctx);
+    uint64_t G[2 * digits256], Q[2 * digits256];
+    base_point(G, ctx);
+    curve256_multiply(&curve, G, d.d, Q);
+    store_digits(pubkey, Q);
+    store_digits(pubkey + bytes256, Q + digits256);
+    return ok;
+}
+
 [[gnu::noinline]] int gen_kek(const rds_ctx *ctx, uint8_t *kek, const uint8_t *privkey,
                               const uint8_t *peer_pubkey, const uint8_t *ukm)
 {
@@ -74,8 +89,11 @@ int vko341001_init(rds_ctx *ctx, const uint8_t *p, const uint8_t *a, const uint8
 
 int vko341001_gen_pubkey(const rds_ctx *ctx, const uint8_t *privkey, uint8_t *pubkey)
 {
-    const int code = rds_gen_keys(ctx, privkey, pubkey);
-    return code == bad_secret ? bad_private_key : code;
+    if (ctx == nullptr || privkey == nullptr || pubkey == nullptr)
+        return null_pointer;
+    const int code = gen_pubkey(ctx, privkey, pubkey);
+    qal::base::wipe_stack<stack256>();
+    return code;
 }
 
 int vko341001_gen_kek(const rds_ctx *ctx, uint8_t *kek, const uint8_t *privkey,

@@ -450,16 +450,17 @@ TEST(Engine, JointMultiples)
             if (r == 0)
                 continue; // out of range
             Digits4 U, V, order, R, wrong;
-            uint64_t xy[8];
+            uint64_t G[8], xy[8];
             export_digits(U, u);
             export_digits(V, v);
             export_digits(order, q);
             export_digits(R, r);
             export_digits(wrong, r == 1 ? mpz_class(2) : mpz_class(r - 1));
+            export_point(G, domain.G);
             export_point(xy, Q);
             each_variant(variants, [&](const auto &variant) {
-                ASSERT_EQ(variant.run(&both.engine, both.table, xy, U, V, order, R), !sum.infinite);
-                ASSERT_FALSE(variant.run(&both.engine, both.table, xy, U, V, order, wrong));
+                ASSERT_EQ(variant.run(&both.engine, G, xy, U, V, order, R), !sum.infinite);
+                ASSERT_FALSE(variant.run(&both.engine, G, xy, U, V, order, wrong));
             });
         }
     }

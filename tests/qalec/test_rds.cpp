@@ -616,6 +616,41 @@ TEST(Signature, AbscissaAboveTheOrder)
     EXPECT_EQ(verify(smaller, Bytes(64), 1, 1, r), 0);
 }
 
+// Verification and key agreement work from the base point itself.
+TEST(KeyAgreement, ContextsTableIsForKeysAndSignaturesAlone)
+{
+    Random random;
+    for (const Domain &domain : published_domains()) {
+        SCOPED_TRACE(domain.name);
+        rds_ctx ctx, other;
+        ASSERT_EQ(domain.init(&ctx), 0);
+        const mpz_class d = secret_below(random, domain.q), k = secret_below(random, domain.q),
+                        e = random_number(random, 4);
+        const Bytes pubkey = gen_keys(&ctx, d).out, peer = gen_keys(&ctx, k).out;
+        const Answer signature = sign(&ctx, d, k, e);
+        ASSERT_EQ(signature.code, 0);
+        Bytes changed = signature.out;
+        changed[random.below(64)] ^= 1;
+        const Bytes ukm = to_be(mpz_class(static_cast<unsigned long>(random.word() | 1)), 8);
+        const Answer kek = gen_kek(&ctx, d, peer, ukm);
+
+        const Bytes noise = random.bytes(sizeof ctx.table);
+        for (int round = 0; round < 3; round++) {
+            other = ctx;
+            if (round == 0)
+                std::memset(other.table, 0, sizeof other.table);
+            else if (round == 1)
+                std::memcpy(other.table, noise.data(), noise.size());
+            else // the multiples of another point
+                qalecic(&other.curve, other.table, &ctx.table[1], 5);
+            EXPECT_EQ(rds_verify(&other, pubkey.data(), to_be(e).data(), signature.out.data()), 0);
+            EXPECT_EQ(rds_verify(&other, pubkey.data(), to_be(e).data(), changed.data()), 1);
+            EXPECT_EQ(gen_pubkey(&other, d), (Answer{0, pubkey}));
+            EXPECT_EQ(gen_kek(&other, d, peer, ukm), kek);
+        }
+    }
+}
+
 TEST(KeyAgreement, BothSidesAgree)
 {
     Random random;
