@@ -33,8 +33,9 @@ struct Engine {
     // Windows of the multiplication Q = k P, from the one with index `from` down to the one with
     // index `to`, for a table of 32 odd multiples of P. P has the odd order n, and 0 <= k < n; the
     // topmost index is regular_windows(n) - 1, at which Q is not read, and 0 ends. Regular, unless
-    // a sum fails because k P has met infinity or an entry of the table: then the answer is false,
-    // Q of no use, and k one of a few hundred values that chance does not bring.
+    // a sum fails because k P has met infinity or an entry of the table, or because an entry is
+    // infinity: then the answer is false, Q of no use, and k one of a few hundred values that
+    // chance does not bring, or P of an order below 64.
     bool (*multiply_windows)(const qale2curve *curve, qale2point *Q, const qald *k, const qald *n,
                              const qale2affine *table, unsigned from, unsigned to);
     // P with Z = 1, where it is not infinity, with the trace of y/x, which tells y from x + y, for

@@ -385,14 +385,18 @@ struct Curves {
             const uint64_t value = digit - base, negative = 0 - (value >> 63);
             const auto size = static_cast<unsigned>((value ^ negative) - negative);
             Affine entry = look_up(table, size / 2);
+            // Infinity, zeros in the table, is no point to add. It is there for a base point of
+            // small order alone; then z is zero from here on.
+            const uint64_t there = ~(F::is_zero(entry.x) & F::is_zero(entry.y));
             entry.y = F::add(entry.y, F::masked(entry.x, negative ^ even));
             if (i == top) {
-                q = {entry.x, entry.y, one()};
+                q = {entry.x, entry.y, F::masked(one(), there)};
                 continue;
             }
             for (unsigned j = 0; j < w; j++)
                 q = twice(c, q);
             q = sum(c, q, entry).r;
+            q.z = F::masked(q.z, there);
             good = base::declassified(!none(q.z)); // chance does not bring such scalars
         }
         store(Q, q);

@@ -541,6 +541,112 @@ TEST(Dstu4145, EvenOrders)
     EXPECT_GT(found, 0U);
 }
 
+namespace {
+
+// A curve with a base point of odd order from 3 to 9, out of Tate's normal form
+// y^2 + (1 + c) xy + b y = x^3 + b x^2, where (0, 0) has that order for the c and b of D. S.
+// Kubert, "Universal bounds on the torsion of elliptic curves", 1976, table 3; order 3 has y^2 + xy
+// + b y = x^3. For a1, a2 and a3, the base point has x = a3 / a1^3, and the curve has b = (a1^4 a2
+// a3^2 + a1^3 a3^3 + a3^4) / a1^12.
+ModelCurve curve_with_small_order(const ModelField &f, unsigned order, const Poly &t)
+{
+    const Poly tt = f.sqr(t), ttt = f.mul(tt, t), one = 1;
+    const Poly c = order == 3   ? Poly(0)
+                   : order == 5 ? t
+                   : order == 7 ? Poly(tt ^ t)
+                                : Poly(ttt ^ tt);
+    const Poly a3 = order <= 5 ? t : order == 7 ? Poly(ttt ^ tt) : f.mul(c, tt ^ t ^ one);
+    const Poly a2 = order == 3 ? Poly(0) : a3, a1 = one ^ c;
+    const Poly over = f.inv(a1), over3 = f.mul(over, f.sqr(over)), r = f.mul(a3, over3);
+    ModelCurve curve;
+    curve.name = "order " + std::to_string(order) + ", m = " + std::to_string(f.m);
+    curve.field = f;
+    // With r = a3 / a1^3.
+    const Poly rr = f.sqr(r);
+    curve.b = f.mul(rr, f.mul(a2, f.sqr(over))) ^ f.mul(rr, r) ^ f.sqr(rr);
+    // y = x z for z^2 + z = x + a + b / x^2, which has a solution for the a that makes its trace 0.
+    Poly w = r ^ f.mul(curve.b, f.inv(rr)), z;
+    curve.a = static_cast<uint32_t>(f.trace(w));
+    w ^= curve.a;
+    for (unsigned i = 0; i < f.m; i += 2) {
+        z ^= w;
+        w = f.sqr(f.sqr(w));
+    }
+    curve.G = {false, r, f.mul(r, z)};
+    return curve;
+}
+
+} // namespace
+
+// A base point of small order is accepted with an odd multiple of its order. Some of the prepared
+// multiples are infinity, then, and one-time secrets meet them.
+TEST(Dstu4145, SmallOrders)
+{
+    Random random;
+    for (const ModelField &field : model_fields) {
+        for (const unsigned order : {3U, 5U, 7U, 9U}) {
+            ModelCurve model = curve_with_small_order(field, order, field.random(random) | 2);
+            SCOPED_TRACE(model.name);
+            ASSERT_TRUE(model.contains(model.G));
+            ASSERT_TRUE(model.mul(order, model.G).infinite);
+            ASSERT_FALSE(model.mul(order == 9 ? 3 : 1, model.G).infinite);
+            // Of m bits.
+            model.n = (Poly(1) << (field.m - 1)) + (field.random(random) >> 2);
+            model.n = (model.n / order | 1) * order;
+            const TestDomain domain(model);
+            std::vector<Poly> compressed;
+            for (unsigned e = 0; e < order; e++)
+                compressed.push_back(model.compress(model.mul(e, model.G)));
+
+            Pool pool(domain);
+            for (int round = 0; round < 60; round++) {
+                Source::given.clear();
+                if (round < 10)
+                    Source::queue = {mpz_class(round)};
+                for (int step = 0; step < round; step++)
+                    dstu_bspool_step(pool);
+                qald e[QALBIG_SIZE];
+                qal2p point;
+                qal2pclear(point, static_cast<int32_t>(field.m));
+                ASSERT_EQ(dstu_bspool_get(pool, e, point), 0);
+                const mpz_class secret = value_of(e);
+                ASSERT_EQ(poly_of(point), compressed.at(mpz_class(secret % order).get_ui()))
+                    << secret;
+                if (round % 5 == 0)
+                    pool = Pool(domain);
+            }
+
+            for (int round = 0; round < 4; round++) {
+                pool = Pool(domain);
+                Bytes priv(domain.key_len()), pub(domain.field_len()), sig(domain.sig_len());
+                auto priv_len = size_of(priv), pub_len = size_of(pub), sig_len = size_of(sig);
+                ASSERT_EQ(dstu_gen_keys(domain, pool, &priv_len, priv.data(), &pub_len, pub.data()),
+                          0);
+                const mpz_class d = poly_of(priv);
+                const mpz_class opposite = (order - d % order) % order;
+                EXPECT_EQ(poly_of(pub), compressed.at(opposite.get_ui()));
+
+                pool = Pool(domain);
+                const Bytes hash = random.bytes(20);
+                ASSERT_EQ(dstu_sign(domain, pool, size_of(priv), priv.data(), 160, hash.data(),
+                                    &sig_len, sig.data()),
+                          0);
+                std::vector<mpz_class> secrets;
+                for (const mpz_class &bytes : Source::given)
+                    secrets.push_back(bytes % domain.scalar_bound());
+                EXPECT_EQ(sig,
+                          signature_bytes(domain, model_sign(domain, d, poly_of(hash), secrets)));
+                // A key at infinity cannot be told from that of order 2.
+                if (d % order != 0) {
+                    EXPECT_EQ(dstu_verify(domain, size_of(pub), pub.data(), 160, hash.data(),
+                                          size_of(sig), sig.data()),
+                              0);
+                }
+            }
+        }
+    }
+}
+
 TEST(Dstu4145, PoolStepByStep)
 {
     in_every_domain([](TestDomain &domain) {
