@@ -32,6 +32,14 @@ inline size_t significant(const qald *x, size_t n)
     return n;
 }
 
+// The bits of a number. Neither a branch nor a division depends on what its digits are, but for how
+// many there are.
+inline uint64_t bit_length(const qald *x)
+{
+    const uint64_t n = x[0];
+    return n == 0 ? 0 : 64 * n - static_cast<uint64_t>(__builtin_clzll(x[n]));
+}
+
 // x / 2^bits for bits from 0 to 63, in place; n is not 0.
 inline void shift_right(qald *x, size_t n, unsigned bits)
 {

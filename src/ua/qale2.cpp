@@ -1,6 +1,7 @@
 // Curves over binary fields by the routines of a curve's record. Operations of many field products
 // enter the field's engine where there is one.
 #include "base/wipe.hpp"
+#include "qalmath64/digits.hpp"
 #include "ua/counts.hpp"
 #include "ua/engine.hpp"
 #include "ua/kernels.hpp"
@@ -564,7 +565,7 @@ qale2kpic_ctx *qale2kpic_init(qale2kpic_ctx *ctx, const qale2curve *curve, const
     set_infinity(curve, &ctx->Q);
     ctx->powers = powers;
     ctx->ws = ws;
-    ctx->bits = qalbitlen(k, 1);
+    ctx->bits = qal::math::bit_length(k); // of one-time secrets, too
     return ctx;
 }
 

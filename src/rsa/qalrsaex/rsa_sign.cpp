@@ -58,7 +58,7 @@ struct PrivateOperation {
     // The bits of the modulus, as the primes have them together.
     [[nodiscard]] uint64_t bits() const
     {
-        return declassified(qalbitlen(p, 1)) + declassified(qalbitlen(q, 1));
+        return declassified(bit_length(p)) + declassified(bit_length(q));
     }
 
     // Whether the primes have as many digits, and the other numbers no more.
