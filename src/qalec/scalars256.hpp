@@ -10,7 +10,7 @@
 
 #include "base/bytes.hpp"
 #include "qalec/curve256.hpp"
-#include "qalmath64/digits.hpp"
+#include "qalmath64/kernels/digits.hpp"
 
 namespace qal::ec {
 

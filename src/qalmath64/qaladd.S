@@ -3,7 +3,7 @@
  * rdi x, rsi y, rcx the length of the result but for its carry, rdx digits of the shorter operand,
  * r8 and r9 where in x and y, r10 digits before the groups of four. inc, dec, lea and mov leave the
  * carry alone. */
-#include "qalmath64/asm.h"
+#include "qalmath64/kernels/asm.h"
 
 QAL_FUNCTION(qaladd)
     movq    (%rdi), %rcx

@@ -1,4 +1,4 @@
-#include "qalmath64/digits.hpp"
+#include "qalmath64/kernels/digits.hpp"
 
 // Compilers make branches on the length of division: bit_length() is for numbers that are secret.
 uint64_t qalbitlen(const qald *x, uint64_t u)

@@ -1,7 +1,7 @@
 /* int32_t qalcmp(const qald *a, const qald *b)
  *
  * Lengths decide, since operands are normalised; then the highest digit that differs. */
-#include "qalmath64/asm.h"
+#include "qalmath64/kernels/asm.h"
 
 QAL_FUNCTION(qalcmp)
     movq    (%rdi), %rcx

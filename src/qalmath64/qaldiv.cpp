@@ -1,5 +1,5 @@
 #include "base/require.hpp"
-#include "qalmath64/divide.hpp"
+#include "qalmath64/kernels/divide.hpp"
 
 static constexpr char qal_source[] = "../src/qalmath64/qaldiv";
 

@@ -1,4 +1,4 @@
-#include "qalmath64/digits.hpp"
+#include "qalmath64/kernels/digits.hpp"
 
 // An odd a; an even one has no inverse, and gets a number without meaning.
 uint64_t qalinverse(uint64_t a)

@@ -1,4 +1,4 @@
-#include "qalmath64/digits.hpp"
+#include "qalmath64/kernels/digits.hpp"
 
 #include <string.h>
 

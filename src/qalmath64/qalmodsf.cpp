@@ -1,5 +1,5 @@
 #include "base/require.hpp"
-#include "qalmath64/digits.hpp"
+#include "qalmath64/kernels/digits.hpp"
 
 static constexpr char qal_source[] = "../src/qalmath64/qalmodsf";
 

@@ -1,5 +1,5 @@
 #include "base/require.hpp"
-#include "qalmath64/exponentiate.hpp"
+#include "qalmath64/powers/exponentiate.hpp"
 
 static constexpr char qal_source[] = "../src/qalmath64/qalmontic";
 

@@ -1,4 +1,4 @@
-#include "qalmath64/exponentiate.hpp"
+#include "qalmath64/powers/exponentiate.hpp"
 
 using namespace qal::math;
 

@@ -1,5 +1,5 @@
-#include "qalmath64/exponentiate.hpp"
-#include "qalmath64/odd_powers.hpp"
+#include "qalmath64/powers/exponentiate.hpp"
+#include "qalmath64/powers/odd_powers.hpp"
 
 using namespace qal::math;
 

@@ -2,8 +2,8 @@
  *
  * rbx is c, and its first word the length that the square would have with a full top digit. The
  * digits come from the kernel of the variant, or, beyond its sizes, from qal_square. */
-#include "qalmath64/multiply.hpp"
-#include "qalmath64/rows_bmi2adx.h"
+#include "qalmath64/kernels/multiply.hpp"
+#include "qalmath64/kernels/rows_bmi2adx.h"
 
 .macro SQUARE kernel
     testq   %rdx, %rdx

@@ -1,5 +1,5 @@
 #include "base/require.hpp"
-#include "qalmath64/montgomery.hpp"
+#include "qalmath64/kernels/montgomery.hpp"
 
 static constexpr char qal_source[] = "../src/qalmath64/qalsqrmont";
 

@@ -3,7 +3,7 @@
 #ifndef QAL_RSA_PUBLIC_POWER_HPP
 #define QAL_RSA_PUBLIC_POWER_HPP
 
-#include "qalmath64/kernels.hpp"
+#include "qalmath64/kernels/kernels.hpp"
 
 #include <string.h>
 

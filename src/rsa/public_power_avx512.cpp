@@ -2,7 +2,7 @@
 #include "rsa/public_power.hpp"
 
 #include "base/wipe.hpp"
-#include "qalmath64/montgomery52_avx512.hpp"
+#include "qalmath64/kernels/montgomery52_avx512.hpp"
 
 namespace qal::rsa {
 namespace {

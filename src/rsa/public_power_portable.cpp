@@ -1,7 +1,7 @@
 #include "rsa/public_power.hpp"
 
 #include "base/wipe.hpp"
-#include "qalmath64/montgomery.hpp"
+#include "qalmath64/kernels/montgomery.hpp"
 
 #include <utility>
 

@@ -1,6 +1,6 @@
 #include "base/secrecy.hpp"
 #include "base/wipe.hpp"
-#include "qalmath64/secret_power.hpp"
+#include "qalmath64/powers/secret_power.hpp"
 
 #include <qal/rsa.h>
 

@@ -3,7 +3,7 @@
 #ifndef QAL_RSA_SMALL_PRIMES_HPP
 #define QAL_RSA_SMALL_PRIMES_HPP
 
-#include "qalmath64/divide.hpp"
+#include "qalmath64/kernels/divide.hpp"
 
 namespace qal::rsa {
 

@@ -4,8 +4,8 @@
 #include "base/require.hpp"
 #include "base/secrecy.hpp"
 #include "base/wipe.hpp"
-#include "qalmath64/digits.hpp"
-#include "qalmath64/montgomery.hpp"
+#include "qalmath64/kernels/digits.hpp"
+#include "qalmath64/kernels/montgomery.hpp"
 #include "ua/engine.hpp"
 
 #include <string.h>

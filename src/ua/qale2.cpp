@@ -1,7 +1,7 @@
 // Curves over binary fields by the routines of a curve's record. Operations of many field products
 // enter the field's engine where there is one.
 #include "base/wipe.hpp"
-#include "qalmath64/digits.hpp"
+#include "qalmath64/kernels/digits.hpp"
 #include "ua/counts.hpp"
 #include "ua/engine.hpp"
 #include "ua/kernels.hpp"

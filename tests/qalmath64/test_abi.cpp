@@ -1,5 +1,5 @@
 // What machine code owes its caller: registers, flags, stack, and the way back for an unwinder.
-#include "qalmath64/montgomery.hpp"
+#include "qalmath64/kernels/montgomery.hpp"
 
 #include "support/checked_call.hpp"
 #include "support/numbers.hpp"

@@ -1,5 +1,5 @@
 // Division, reduction and inversion, against GMP.
-#include "qalmath64/divide.hpp"
+#include "qalmath64/kernels/divide.hpp"
 
 #include "support/numbers.hpp"
 #include "support/preconditions.hpp"

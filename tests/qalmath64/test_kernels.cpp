@@ -1,5 +1,5 @@
 // The variants of the kernels against GMP, all lengths around their blocks of eight digits.
-#include "qalmath64/kernels.hpp"
+#include "qalmath64/kernels/kernels.hpp"
 #include "support/numbers.hpp"
 #include "support/sweeps.hpp"
 

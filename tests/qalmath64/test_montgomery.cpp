@@ -1,5 +1,5 @@
 // Montgomery arithmetic, windows of exponents and exponentiation, against GMP.
-#include "qalmath64/montgomery.hpp"
+#include "qalmath64/kernels/montgomery.hpp"
 
 #include "support/numbers.hpp"
 #include "support/preconditions.hpp"

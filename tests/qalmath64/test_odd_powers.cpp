@@ -1,7 +1,7 @@
 // Exponentiation from tables of odd powers, in all variants, against GMP.
-#include "qalmath64/odd_powers.hpp"
+#include "qalmath64/powers/odd_powers.hpp"
 
-#include "qalmath64/exponentiate.hpp"
+#include "qalmath64/powers/exponentiate.hpp"
 #include "support/numbers.hpp"
 #include "support/sweeps.hpp"
 

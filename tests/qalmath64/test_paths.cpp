@@ -1,7 +1,7 @@
 // Kernels whose time is to depend on lengths alone execute the same instructions, in the same
 // order, whatever the numbers are: those of their every variant, wide ones included.
-#include "qalmath64/digits.hpp"
-#include "qalmath64/montgomery.hpp"
+#include "qalmath64/kernels/digits.hpp"
+#include "qalmath64/kernels/montgomery.hpp"
 
 #include "support/checked_call.hpp"
 #include "support/numbers.hpp"

@@ -1,5 +1,5 @@
 // Products and squares against GMP, all lengths at which blocks and halves of digits meet.
-#include "qalmath64/multiply.hpp"
+#include "qalmath64/kernels/multiply.hpp"
 #include "support/numbers.hpp"
 #include "support/sweeps.hpp"
 

@@ -1,6 +1,6 @@
 // Kernels on digits, whatever the digits are.
-#include "qalmath64/montgomery.hpp"
-#include "qalmath64/multiply.hpp"
+#include "qalmath64/kernels/montgomery.hpp"
+#include "qalmath64/kernels/multiply.hpp"
 #include "secrecy.hpp"
 #include "support/sweeps.hpp"
 

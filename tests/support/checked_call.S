@@ -2,7 +2,7 @@
  *
  * Calls the function with marked callee-saved registers and, if asked to, with the processor's trap
  * flag; checked_call.hpp has the record. */
-#include "qalmath64/asm.h"
+#include "qalmath64/kernels/asm.h"
 
 /* clang-format off */
     .set    STACK, 0

@@ -1,8 +1,8 @@
 // The private operation, by the Chinese remainder theorem: RFC 8017, clause 5.1.2, step 2b.
 #include "base/secrecy.hpp"
 #include "base/wipe.hpp"
-#include "qalmath64/montgomery.hpp"
-#include "qalmath64/secret_power.hpp"
+#include "qalmath64/kernels/montgomery.hpp"
+#include "qalmath64/powers/secret_power.hpp"
 #include "rsa/qalrsaex/parameters.hpp"
 #include "rsa/qalrsaex/status.hpp"
 

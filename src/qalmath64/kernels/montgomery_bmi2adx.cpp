@@ -1,4 +1,4 @@
-#include "qalmath64/montgomery.hpp"
+#include "qalmath64/kernels/montgomery.hpp"
 
 void qal_mont_mul_bmi2adx(qald *r, const qald *a, const qald *b, const qald *p, size_t n, qald c)
 {

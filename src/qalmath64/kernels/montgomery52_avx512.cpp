@@ -12,10 +12,10 @@
 // vanish, as it stands, and what they leave is q times p4 = (p' + 1) / W^4, as many digits as p,
 // from the next block on. The price is that T may be as large as W^4 p: the last step takes
 // its digits one by one, three with p1 = (k p + 1) / W for k p = -1 modulo W, and one with p.
-#include "qalmath64/montgomery52_avx512.hpp"
+#include "qalmath64/kernels/montgomery52_avx512.hpp"
 
 #include "base/wipe.hpp"
-#include "qalmath64/montgomery.hpp"
+#include "qalmath64/kernels/montgomery.hpp"
 
 namespace qal::math {
 namespace {

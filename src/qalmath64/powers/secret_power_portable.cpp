@@ -1,7 +1,7 @@
 // Fixed windows over any Montgomery product; entries of the table are read by reading all of it.
 #include "base/wipe.hpp"
-#include "qalmath64/montgomery.hpp"
-#include "qalmath64/secret_power.hpp"
+#include "qalmath64/kernels/montgomery.hpp"
+#include "qalmath64/powers/secret_power.hpp"
 
 #include <emmintrin.h>
 

@@ -19,7 +19,7 @@
 #ifndef QAL_QALMATH64_ROWS_BMI2ADX_H
 #define QAL_QALMATH64_ROWS_BMI2ADX_H
 
-#include "qalmath64/asm.h"
+#include "qalmath64/kernels/asm.h"
 
 /* clang-format off */
 

@@ -1,4 +1,4 @@
-#include "qalmath64/multiply.hpp"
+#include "qalmath64/kernels/multiply.hpp"
 
 using namespace qal::math;
 

@@ -1,6 +1,6 @@
-#include "qalmath64/odd_powers.hpp"
+#include "qalmath64/powers/odd_powers.hpp"
 
-#include "qalmath64/exponentiate.hpp"
+#include "qalmath64/powers/exponentiate.hpp"
 
 namespace qal::math {
 

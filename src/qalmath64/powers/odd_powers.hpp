@@ -2,7 +2,7 @@
 #ifndef QAL_QALMATH64_ODD_POWERS_HPP
 #define QAL_QALMATH64_ODD_POWERS_HPP
 
-#include "qalmath64/kernels.hpp"
+#include "qalmath64/kernels/kernels.hpp"
 
 namespace qal::math {
 

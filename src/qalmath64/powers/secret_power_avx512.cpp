@@ -1,8 +1,8 @@
 // Fixed windows over Montgomery products in digits of 52 bits; two exponentiations take turns
 // within each product.
 #include "base/wipe.hpp"
-#include "qalmath64/montgomery52_avx512.hpp"
-#include "qalmath64/secret_power.hpp"
+#include "qalmath64/kernels/montgomery52_avx512.hpp"
+#include "qalmath64/powers/secret_power.hpp"
 
 namespace qal::math {
 namespace {

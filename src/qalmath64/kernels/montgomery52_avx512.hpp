@@ -7,7 +7,7 @@
 #ifndef QAL_QALMATH64_MONTGOMERY52_AVX512_HPP
 #define QAL_QALMATH64_MONTGOMERY52_AVX512_HPP
 
-#include "qalmath64/kernels.hpp"
+#include "qalmath64/kernels/kernels.hpp"
 
 #include <immintrin.h>
 

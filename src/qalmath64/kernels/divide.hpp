@@ -2,7 +2,7 @@
 #ifndef QAL_QALMATH64_DIVIDE_HPP
 #define QAL_QALMATH64_DIVIDE_HPP
 
-#include "qalmath64/digits.hpp"
+#include "qalmath64/kernels/digits.hpp"
 
 namespace qal::math {
 

@@ -3,7 +3,7 @@
  *
  * In a row: rdi r, rsi a, rdx digits, at first, and rcx b; then rdi and rsi are behind the operands
  * and r8 counts up to zero, r9 is the carry, rcx b. */
-#include "qalmath64/asm.h"
+#include "qalmath64/kernels/asm.h"
 
 /* r8 = -n for whole fours, r10 = n mod 4 */
 .macro ROW_BEGIN

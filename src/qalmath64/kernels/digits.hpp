@@ -3,7 +3,7 @@
 #define QAL_QALMATH64_DIGITS_HPP
 
 #include "base/uint128.hpp"
-#include "qalmath64/kernels.hpp"
+#include "qalmath64/kernels/kernels.hpp"
 
 #include <emmintrin.h>
 

@@ -8,7 +8,7 @@
 
 #ifndef __ASSEMBLER__
 
-#include "qalmath64/digits.hpp"
+#include "qalmath64/kernels/digits.hpp"
 
 extern "C" {
 

@@ -1,6 +1,6 @@
 /* Products, squares and reductions of any length for processors with BMI2 and ADX. kernels.hpp says
  * what each does, rows_bmi2adx.h how. */
-#include "qalmath64/rows_bmi2adx.h"
+#include "qalmath64/kernels/rows_bmi2adx.h"
 
 /* Rows and, above them, the accumulator. */
 .macro ROWS_FUNCTION name, w, addend

@@ -1,4 +1,4 @@
-#include "qalmath64/montgomery.hpp"
+#include "qalmath64/kernels/montgomery.hpp"
 
 using namespace qal::math;
 

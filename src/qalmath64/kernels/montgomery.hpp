@@ -5,7 +5,7 @@
 #ifndef QAL_QALMATH64_MONTGOMERY_HPP
 #define QAL_QALMATH64_MONTGOMERY_HPP
 
-#include "qalmath64/multiply.hpp"
+#include "qalmath64/kernels/multiply.hpp"
 
 extern "C" {
 

@@ -3,7 +3,7 @@
 #define QAL_QALMATH64_EXPONENTIATE_HPP
 
 #include "base/wipe.hpp"
-#include "qalmath64/digits.hpp"
+#include "qalmath64/kernels/digits.hpp"
 
 #include <utility>
 

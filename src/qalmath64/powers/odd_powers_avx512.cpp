@@ -1,8 +1,8 @@
 // Sliding windows over Montgomery products in digits of 52 bits.
-#include "qalmath64/odd_powers.hpp"
+#include "qalmath64/powers/odd_powers.hpp"
 
-#include "qalmath64/exponentiate.hpp"
-#include "qalmath64/montgomery52_avx512.hpp"
+#include "qalmath64/kernels/montgomery52_avx512.hpp"
+#include "qalmath64/powers/exponentiate.hpp"
 
 namespace qal::math {
 namespace {

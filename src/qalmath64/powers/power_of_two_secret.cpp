@@ -1,6 +1,6 @@
 #include "base/wipe.hpp"
-#include "qalmath64/montgomery.hpp"
-#include "qalmath64/secret_power.hpp"
+#include "qalmath64/kernels/montgomery.hpp"
+#include "qalmath64/powers/secret_power.hpp"
 
 namespace qal::math {
 namespace {

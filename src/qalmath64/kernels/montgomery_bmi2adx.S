@@ -3,7 +3,7 @@
  * The product comes first, and its lower half is reduced as if there were no other: that is where
  * the rows' bound holds. Its upper half is added at the end, which may carry, and the modulus is
  * subtracted if the sum, carry included, is not less than it. */
-#include "qalmath64/rows_bmi2adx.h"
+#include "qalmath64/kernels/rows_bmi2adx.h"
 
 .macro ADD register, d
     .if \d == 0

@@ -5,7 +5,7 @@
 #ifndef QAL_QALMATH64_SECRET_POWER_HPP
 #define QAL_QALMATH64_SECRET_POWER_HPP
 
-#include "qalmath64/digits.hpp"
+#include "qalmath64/kernels/digits.hpp"
 
 namespace qal::math {
 
