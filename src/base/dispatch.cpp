@@ -221,49 +221,49 @@ QAL_DISPATCH(streebog_lpsx64, {
 QAL_DISPATCH(qalmul, {
     if (cpu & cpu_bmi2_adx)
         return qalmul_bmi2adx;
-    return qalmul_base;
+    return qalmul_portable;
 });
 
 QAL_DISPATCH(qalsqr, {
     if (cpu & cpu_bmi2_adx)
         return qalsqr_bmi2adx;
-    return qalsqr_base;
+    return qalsqr_portable;
 });
 
 QAL_DISPATCH(qal_mul_row, {
     if (cpu & cpu_bmi2_adx)
         return qal_mul_row_bmi2adx;
-    return qal_mul_row_base;
+    return qal_mul_row_portable;
 });
 
 QAL_DISPATCH(qal_addmul_row, {
     if (cpu & cpu_bmi2_adx)
         return qal_addmul_row_bmi2adx;
-    return qal_addmul_row_base;
+    return qal_addmul_row_portable;
 });
 
 QAL_DISPATCH(qal_submul_row, {
     if (cpu & cpu_bmi2_adx)
         return qal_submul_row_bmi2adx;
-    return qal_submul_row_base;
+    return qal_submul_row_portable;
 });
 
 QAL_DISPATCH(qal_mul_digits, {
     if (cpu & cpu_bmi2_adx)
         return qal_mul_digits_bmi2adx;
-    return qal_mul_digits_base;
+    return qal_mul_digits_portable;
 });
 
 QAL_DISPATCH(qal_sqr_digits, {
     if (cpu & cpu_bmi2_adx)
         return qal_sqr_digits_bmi2adx;
-    return qal_sqr_digits_base;
+    return qal_sqr_digits_portable;
 });
 
 QAL_DISPATCH(qal_redc_digits, {
     if (cpu & cpu_bmi2_adx)
         return qal_redc_digits_bmi2adx;
-    return qal_redc_digits_base;
+    return qal_redc_digits_portable;
 });
 
 QAL_DISPATCH(qal_mont_mul, {
@@ -271,7 +271,7 @@ QAL_DISPATCH(qal_mont_mul, {
         return qal_mont_mul_avx512;
     if (cpu & cpu_bmi2_adx)
         return qal_mont_mul_bmi2adx;
-    return qal_mont_mul_base;
+    return qal_mont_mul_portable;
 });
 
 QAL_DISPATCH(qal_mont_sqr, {
@@ -279,7 +279,7 @@ QAL_DISPATCH(qal_mont_sqr, {
         return qal_mont_sqr_avx512;
     if (cpu & cpu_bmi2_adx)
         return qal_mont_sqr_bmi2adx;
-    return qal_mont_sqr_base;
+    return qal_mont_sqr_portable;
 });
 
 #define QAL_UA_DISPATCH(name)                                                                      \

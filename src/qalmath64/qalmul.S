@@ -39,11 +39,11 @@
     ret
 .endm
 
-QAL_KERNEL(qalmul_base)
+QAL_KERNEL(qalmul_portable)
     movq    (%rdi), %rax
     movq    (%rsi), %r8
-    MULTIPLY qal_mul_digits_base
-QAL_END(qalmul_base)
+    MULTIPLY qal_mul_digits_portable
+QAL_END(qalmul_portable)
 
 QAL_KERNEL(qalmul_bmi2adx)
     movq    (%rdi), %rax

@@ -33,10 +33,10 @@
     ret
 .endm
 
-QAL_KERNEL(qalsqr_base)
+QAL_KERNEL(qalsqr_portable)
     movq    (%rdi), %rdx
-    SQUARE  qal_sqr_digits_base
-QAL_END(qalsqr_base)
+    SQUARE  qal_sqr_digits_portable
+QAL_END(qalsqr_portable)
 
 QAL_KERNEL(qalsqr_bmi2adx)
     movq    (%rdi), %rdx

@@ -49,18 +49,18 @@ void plain_and_stepped(int rounds, Check check)
 
 constexpr uint32_t bmi2_adx = qal::base::cpu_bmi2_adx;
 
-const std::vector<Variant<decltype(qalmul)>> products = {{"base", 0, qalmul_base},
+const std::vector<Variant<decltype(qalmul)>> products = {{"portable", 0, qalmul_portable},
                                                          {"bmi2adx", bmi2_adx, qalmul_bmi2adx}};
-const std::vector<Variant<decltype(qalsqr)>> squares = {{"base", 0, qalsqr_base},
+const std::vector<Variant<decltype(qalsqr)>> squares = {{"portable", 0, qalsqr_portable},
                                                         {"bmi2adx", bmi2_adx, qalsqr_bmi2adx}};
 const std::vector<Variant<decltype(qal_mul_row)>> mul_rows = {
-    {"base", 0, qal_mul_row_base}, {"bmi2adx", bmi2_adx, qal_mul_row_bmi2adx}};
+    {"portable", 0, qal_mul_row_portable}, {"bmi2adx", bmi2_adx, qal_mul_row_bmi2adx}};
 const std::vector<Variant<decltype(qal_mul_row)>> addmul_rows = {
-    {"base", 0, qal_addmul_row_base}, {"bmi2adx", bmi2_adx, qal_addmul_row_bmi2adx}};
+    {"portable", 0, qal_addmul_row_portable}, {"bmi2adx", bmi2_adx, qal_addmul_row_bmi2adx}};
 const std::vector<Variant<decltype(qal_mul_row)>> submul_rows = {
-    {"base", 0, qal_submul_row_base}, {"bmi2adx", bmi2_adx, qal_submul_row_bmi2adx}};
+    {"portable", 0, qal_submul_row_portable}, {"bmi2adx", bmi2_adx, qal_submul_row_bmi2adx}};
 const std::vector<Variant<decltype(qal_redc_digits)>> reductions = {
-    {"base", 0, qal_redc_digits_base}, {"bmi2adx", bmi2_adx, qal_redc_digits_bmi2adx}};
+    {"portable", 0, qal_redc_digits_portable}, {"bmi2adx", bmi2_adx, qal_redc_digits_bmi2adx}};
 
 } // namespace
 

@@ -15,32 +15,32 @@ using Row = qald(qald *, const qald *, size_t, qald);
 
 const std::vector<Variant<Row>> mul_rows = {
     {"dispatched", 0, qal_mul_row},
-    {"base", 0, qal_mul_row_base},
+    {"portable", 0, qal_mul_row_portable},
     {"bmi2adx", qal::base::cpu_bmi2_adx, qal_mul_row_bmi2adx},
 };
 const std::vector<Variant<Row>> addmul_rows = {
     {"dispatched", 0, qal_addmul_row},
-    {"base", 0, qal_addmul_row_base},
+    {"portable", 0, qal_addmul_row_portable},
     {"bmi2adx", qal::base::cpu_bmi2_adx, qal_addmul_row_bmi2adx},
 };
 const std::vector<Variant<Row>> submul_rows = {
     {"dispatched", 0, qal_submul_row},
-    {"base", 0, qal_submul_row_base},
+    {"portable", 0, qal_submul_row_portable},
     {"bmi2adx", qal::base::cpu_bmi2_adx, qal_submul_row_bmi2adx},
 };
 const std::vector<Variant<decltype(qal_mul_digits)>> products = {
     {"dispatched", 0, qal_mul_digits},
-    {"base", 0, qal_mul_digits_base},
+    {"portable", 0, qal_mul_digits_portable},
     {"bmi2adx", qal::base::cpu_bmi2_adx, qal_mul_digits_bmi2adx},
 };
 const std::vector<Variant<decltype(qal_sqr_digits)>> squares = {
     {"dispatched", 0, qal_sqr_digits},
-    {"base", 0, qal_sqr_digits_base},
+    {"portable", 0, qal_sqr_digits_portable},
     {"bmi2adx", qal::base::cpu_bmi2_adx, qal_sqr_digits_bmi2adx},
 };
 const std::vector<Variant<decltype(qal_redc_digits)>> reductions = {
     {"dispatched", 0, qal_redc_digits},
-    {"base", 0, qal_redc_digits_base},
+    {"portable", 0, qal_redc_digits_portable},
     {"bmi2adx", qal::base::cpu_bmi2_adx, qal_redc_digits_bmi2adx},
 };
 

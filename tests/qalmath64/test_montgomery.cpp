@@ -16,13 +16,13 @@ namespace {
 
 const std::vector<Variant<decltype(qal_mont_mul)>> products = {
     {"dispatched", 0, qal_mont_mul},
-    {"base", 0, qal_mont_mul_base},
+    {"portable", 0, qal_mont_mul_portable},
     {"bmi2adx", qal::base::cpu_bmi2_adx, qal_mont_mul_bmi2adx},
     {"avx512", qal::base::cpu_bmi2_adx | qal::base::cpu_avx512, qal_mont_mul_avx512},
 };
 const std::vector<Variant<decltype(qal_mont_sqr)>> squares = {
     {"dispatched", 0, qal_mont_sqr},
-    {"base", 0, qal_mont_sqr_base},
+    {"portable", 0, qal_mont_sqr_portable},
     {"bmi2adx", qal::base::cpu_bmi2_adx, qal_mont_sqr_bmi2adx},
     {"avx512", qal::base::cpu_bmi2_adx | qal::base::cpu_avx512, qal_mont_sqr_avx512},
 };

@@ -20,12 +20,12 @@ constexpr uint32_t bmi2_adx = qal::base::cpu_bmi2_adx;
 constexpr uint32_t avx512 = bmi2_adx | qal::base::cpu_avx512;
 
 const std::vector<Variant<decltype(qal_mont_mul)>> products = {
-    {"base", 0, qal_mont_mul_base},
+    {"portable", 0, qal_mont_mul_portable},
     {"bmi2adx", bmi2_adx, qal_mont_mul_bmi2adx},
     {"avx512", avx512, qal_mont_mul_avx512},
 };
 const std::vector<Variant<decltype(qal_mont_sqr)>> squares = {
-    {"base", 0, qal_mont_sqr_base},
+    {"portable", 0, qal_mont_sqr_portable},
     {"bmi2adx", bmi2_adx, qal_mont_sqr_bmi2adx},
     {"avx512", avx512, qal_mont_sqr_avx512},
 };

@@ -11,12 +11,12 @@ namespace {
 
 const std::vector<Variant<decltype(qalmul)>> products = {
     {"dispatched", 0, qalmul},
-    {"base", 0, qalmul_base},
+    {"portable", 0, qalmul_portable},
     {"bmi2adx", qal::base::cpu_bmi2_adx, qalmul_bmi2adx},
 };
 const std::vector<Variant<decltype(qalsqr)>> squares = {
     {"dispatched", 0, qalsqr},
-    {"base", 0, qalsqr_base},
+    {"portable", 0, qalsqr_portable},
     {"bmi2adx", qal::base::cpu_bmi2_adx, qalsqr_bmi2adx},
 };
 

@@ -12,7 +12,7 @@
 // Each kernel that is chosen by the processor, under `name` and with its variants.
 #define QAL_KERNELS(result, name, ...)                                                             \
     QAL_KERNEL result name(__VA_ARGS__);                                                           \
-    QAL_KERNEL result name##_base(__VA_ARGS__);                                                    \
+    QAL_KERNEL result name##_portable(__VA_ARGS__);                                                \
     QAL_KERNEL result name##_bmi2adx(__VA_ARGS__)
 
 extern "C" {

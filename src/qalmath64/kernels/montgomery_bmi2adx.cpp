@@ -7,7 +7,7 @@ void qal_mont_mul_bmi2adx(qald *r, const qald *a, const qald *b, const qald *p, 
     else if (n == 8)
         qal_mont_mul_8_bmi2adx(r, a, b, p, c);
     else
-        qal_mont_mul_base(r, a, b, p, n, c);
+        qal_mont_mul_portable(r, a, b, p, n, c);
 }
 
 void qal_mont_sqr_bmi2adx(qald *r, const qald *a, const qald *p, size_t n, qald c)
@@ -17,5 +17,5 @@ void qal_mont_sqr_bmi2adx(qald *r, const qald *a, const qald *p, size_t n, qald 
     else if (n == 8)
         qal_mont_sqr_8_bmi2adx(r, a, p, c);
     else
-        qal_mont_sqr_base(r, a, p, n, c);
+        qal_mont_sqr_portable(r, a, p, n, c);
 }

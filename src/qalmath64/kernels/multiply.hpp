@@ -18,9 +18,9 @@ QAL_KERNEL void qal_multiply(qald *r, const qald *a, size_t n, const qald *b, si
 QAL_KERNEL void qal_square(qald *r, const qald *a, size_t n);
 
 // The exported operations by variant.
-QAL_KERNEL qald *qalmul_base(const qald *a, const qald *b, qald *c);
+QAL_KERNEL qald *qalmul_portable(const qald *a, const qald *b, qald *c);
 QAL_KERNEL qald *qalmul_bmi2adx(const qald *a, const qald *b, qald *c);
-QAL_KERNEL qald *qalsqr_base(const qald *a, qald *c);
+QAL_KERNEL qald *qalsqr_portable(const qald *a, qald *c);
 QAL_KERNEL qald *qalsqr_bmi2adx(const qald *a, qald *c);
 }
 

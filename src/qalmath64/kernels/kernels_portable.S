@@ -54,9 +54,9 @@ QAL_KERNEL(\name)
 QAL_END(\name)
 .endm
 
-    ROW     qal_mul_row_base, movq
-    ROW     qal_addmul_row_base, addq
-    ROW     qal_submul_row_base, subq
+    ROW     qal_mul_row_portable, movq
+    ROW     qal_addmul_row_portable, addq
+    ROW     qal_submul_row_portable, subq
 
 /* qald qal_add_row(qald *r, const qald *a, const qald *b, size_t n), and so qal_sub_row: with the
  * carry in the flag, which inc, dec, lea, mov and jumps leave alone. */
@@ -154,10 +154,11 @@ QAL_KERNEL(qal_add_signed_row)
     ret
 QAL_END(qal_add_signed_row)
 
-/* void qal_mul_digits_base(qald *r, const qald *a, size_t n, const qald *b, size_t m): rows over b.
+/* void qal_mul_digits_portable(qald *r, const qald *a, size_t n, const qald *b, size_t m):
+ * rows over b.
  *
  * rbx where in r, rbp a, r12 n, r13 where in b, r14 rows to go. */
-QAL_KERNEL(qal_mul_digits_base)
+QAL_KERNEL(qal_mul_digits_portable)
     QAL_PUSH(rbx)
     QAL_PUSH(rbp)
     QAL_PUSH(r12)
@@ -169,13 +170,13 @@ QAL_KERNEL(qal_mul_digits_base)
     movq    %rcx, %r13
     movq    %r8, %r14
     movq    (%rcx), %rcx
-    call    qal_mul_row_base
+    call    qal_mul_row_portable
     jmp     2f
 1:  movq    %rbx, %rdi
     movq    %rbp, %rsi
     movq    %r12, %rdx
     movq    (%r13), %rcx
-    call    qal_addmul_row_base
+    call    qal_addmul_row_portable
 2:  movq    %rax, (%rbx, %r12, 8)
     addq    $8, %rbx
     addq    $8, %r13
@@ -187,13 +188,13 @@ QAL_KERNEL(qal_mul_digits_base)
     QAL_POP(rbp)
     QAL_POP(rbx)
     ret
-QAL_END(qal_mul_digits_base)
+QAL_END(qal_mul_digits_portable)
 
-/* void qal_sqr_digits_base(qald *r, const qald *a, size_t n): the products of different digits,
+/* void qal_sqr_digits_portable(qald *r, const qald *a, size_t n): the products of different digits,
  * which are then doubled while the squares are added.
  *
  * rbx where in r, rbp where in a, r12 digits of a behind it, r13 r, r14 a, r15 n. */
-QAL_KERNEL(qal_sqr_digits_base)
+QAL_KERNEL(qal_sqr_digits_portable)
     QAL_PUSH(rbx)
     QAL_PUSH(rbp)
     QAL_PUSH(r12)
@@ -214,13 +215,13 @@ QAL_KERNEL(qal_sqr_digits_base)
     leaq    8(%rbp), %rsi
     movq    %r12, %rdx
     movq    (%rbp), %rcx
-    call    qal_mul_row_base
+    call    qal_mul_row_portable
     jmp     2f
 1:  movq    %rbx, %rdi
     leaq    8(%rbp), %rsi
     movq    %r12, %rdx
     movq    (%rbp), %rcx
-    call    qal_addmul_row_base
+    call    qal_addmul_row_portable
 2:  movq    %rax, (%rbx, %r12, 8)
     addq    $16, %rbx
     addq    $8, %rbp
@@ -259,13 +260,13 @@ QAL_KERNEL(qal_sqr_digits_base)
     QAL_POP(rbp)
     QAL_POP(rbx)
     ret
-QAL_END(qal_sqr_digits_base)
+QAL_END(qal_sqr_digits_portable)
 
-/* qald qal_redc_digits_base(qald *t, const qald *p, size_t n, qald c): each row makes a digit zero,
- * whose place takes the row's carry; at the end all of those are added at once.
+/* qald qal_redc_digits_portable(qald *t, const qald *p, size_t n, qald c): each row makes a digit
+ * zero, whose place takes the row's carry; at the end all of those are added at once.
  *
  * rbx where in t, rbp p, r12 n, r13 c, r14 rows to go. */
-QAL_KERNEL(qal_redc_digits_base)
+QAL_KERNEL(qal_redc_digits_portable)
     QAL_PUSH(rbx)
     QAL_PUSH(rbp)
     QAL_PUSH(r12)
@@ -281,7 +282,7 @@ QAL_KERNEL(qal_redc_digits_base)
     movq    %r12, %rdx
     movq    (%rbx), %rcx
     imulq   %r13, %rcx
-    call    qal_addmul_row_base
+    call    qal_addmul_row_portable
     movq    %rax, (%rbx)
     addq    $8, %rbx
     decq    %r14
@@ -299,4 +300,4 @@ QAL_KERNEL(qal_redc_digits_base)
     QAL_POP(rbp)
     QAL_POP(rbx)
     ret
-QAL_END(qal_redc_digits_base)
+QAL_END(qal_redc_digits_portable)

@@ -2,13 +2,13 @@
 
 using namespace qal::math;
 
-void qal_mont_mul_base(qald *r, const qald *a, const qald *b, const qald *p, size_t n, qald c)
+void qal_mont_mul_portable(qald *r, const qald *a, const qald *b, const qald *p, size_t n, qald c)
 {
     qal_multiply(r, a, n, b, n);
     reduce(r, r, p, n, c);
 }
 
-void qal_mont_sqr_base(qald *r, const qald *a, const qald *p, size_t n, qald c)
+void qal_mont_sqr_portable(qald *r, const qald *a, const qald *p, size_t n, qald c)
 {
     qal_square(r, a, n);
     reduce(r, r, p, n, c);
