@@ -20,23 +20,25 @@
 namespace qal::math {
 namespace {
 
-constexpr uint64_t mask52 = (uint64_t{1} << 52) - 1;
+constexpr uint64_t mask52 = (uint64_t{1} << digit_bits52) - 1;
 
-// Calls action.operator()<blocks>() for a number out of the same.
+// Calls action.operator()<blocks>(). Numbers of blocks come from blocks_for() alone, which gives
+// those of block_counts.
 template<class Action>
 [[gnu::always_inline]] inline void with_constant(size_t blocks, Action action)
 {
+    static_assert(sizeof block_counts == 5 * sizeof *block_counts);
     switch (blocks) {
-    case 3:
-        return action.template operator()<3>();
-    case 4:
-        return action.template operator()<4>();
-    case 5:
-        return action.template operator()<5>();
-    case 8:
-        return action.template operator()<8>();
-    default:
-        return action.template operator()<10>();
+    case block_counts[0]:
+        return action.template operator()<block_counts[0]>();
+    case block_counts[1]:
+        return action.template operator()<block_counts[1]>();
+    case block_counts[2]:
+        return action.template operator()<block_counts[2]>();
+    case block_counts[3]:
+        return action.template operator()<block_counts[3]>();
+    default: // which is block_counts[4]
+        return action.template operator()<block_counts[4]>();
     }
 }
 
@@ -139,7 +141,7 @@ template<size_t blocks>
 template<int column>
 [[gnu::always_inline]] inline Block carry_of(Block x)
 {
-    const Block carry = _mm256_srli_epi64(x, 52);
+    const Block carry = _mm256_srli_epi64(x, digit_bits52);
     if constexpr (column == 3)
         return _mm256_maskz_permutex_epi64(1, carry, 0xff);
     else if constexpr (column == 1)
@@ -202,7 +204,7 @@ template<int column>
     Block before = _mm256_setzero_si256();
     QAL_UNROLL
     for (size_t j = 0; j < blocks; j++) {
-        const Block carry = _mm256_srli_epi64(a[j], 51);
+        const Block carry = _mm256_srli_epi64(a[j], digit_bits52 - 1);
         r[j] = _mm256_or_si256(_mm256_and_si256(_mm256_slli_epi64(a[j], 1), mask),
                                move_up<1>(carry, before));
         before = carry;
@@ -219,7 +221,7 @@ template<int column>
     uint64_t over = 0, full = 0;
     QAL_UNROLL
     for (size_t j = 0; j < blocks; j++) {
-        const Block carry = _mm256_srli_epi64(t[j], 52);
+        const Block carry = _mm256_srli_epi64(t[j], digit_bits52);
         x[j] = add(_mm256_and_si256(t[j], mask), move_up<1>(carry, before));
         before = carry;
         over |= uint64_t{_mm256_cmpgt_epu64_mask(x[j], mask)} << (4 * j);
@@ -323,8 +325,9 @@ void join(qald *r, size_t n, const Block *x, size_t blocks)
         // Of each two digits, the lower one with twelve bits of the other, and its forty others.
         const Block upper = _mm256_unpackhi_epi64(_mm256_slli_epi64(x[j], 52), x[j]);
         const Block pairs = _mm256_mask_srli_epi64(_mm256_or_si256(x[j], upper), 0xa, x[j], 12);
-        _mm256_mask_storeu_epi8(to + 26 * j,
-                                bytes_within(static_cast<ptrdiff_t>(26 * j), 8 * n) & 0x3ffffff,
+        _mm256_mask_storeu_epi8(to + block_bytes * j,
+                                bytes_within(static_cast<ptrdiff_t>(block_bytes * j), 8 * n) &
+                                    0x3ffffff,
                                 _mm256_permutexvar_epi8(places, pairs));
     }
 }
@@ -432,12 +435,12 @@ void prepare52_avx512(Modulus52 &m, const qald *p, size_t n, size_t blocks)
     m.k = _mm256_set1_epi64x(static_cast<long long>(k[0] & mask52));
     multiple[n] = qal_mul_row(multiple, p, n, k[0] & mask52);
     increment(multiple, n + 1);
-    shift_right(multiple, n + 1, 52);
+    shift_right(multiple, n + 1, digit_bits52);
     split52_avx512(m.p1, blocks, multiple, n + 1, 0);
     k[3] &= 0xffff;
     qal_mul_digits(multiple, p, n, k, 4);
     increment(multiple, n + 4);
-    split52_avx512(m.p4, blocks, multiple, n + 4, -26);
+    split52_avx512(m.p4, blocks, multiple, n + 4, -static_cast<ptrdiff_t>(block_bytes));
     base::wipe(k, sizeof k);
     base::wipe(rest, sizeof rest);
     base::wipe(multiple, sizeof multiple);
@@ -478,7 +481,7 @@ void split52_avx512(Block *r, size_t blocks, const qald *x, size_t n, ptrdiff_t 
     const Block offsets = _mm256_set_epi64x(4, 0, 4, 0);
     const auto *from = reinterpret_cast<const uint8_t *>(x);
     for (size_t j = 0; j < blocks; j++) {
-        const ptrdiff_t start = static_cast<ptrdiff_t>(26 * j) - bytes;
+        const ptrdiff_t start = static_cast<ptrdiff_t>(block_bytes * j) - bytes;
         const Block in = _mm256_maskz_loadu_epi8(bytes_within(start, 8 * n), from + start);
         r[j] = _mm256_and_si256(_mm256_srlv_epi64(_mm256_permutexvar_epi8(places, in), offsets),
                                 _mm256_set1_epi64x(mask52));
@@ -518,7 +521,7 @@ using namespace qal::math;
     const size_t blocks = blocks_for(n);
     Block x[most_blocks], y[most_blocks], modulus[most_blocks];
     split52_avx512(x, blocks, a, n, 0);
-    split52_avx512(y, blocks, b, n, static_cast<ptrdiff_t>(26 * blocks - 8 * n));
+    split52_avx512(y, blocks, b, n, static_cast<ptrdiff_t>(block_bytes * blocks - 8 * n));
     split52_avx512(modulus, blocks, p, n, 0);
     const Block k = _mm256_set1_epi64x(static_cast<long long>(c & mask52));
     // Numbers of fewer blocks gain nothing.

@@ -24,16 +24,36 @@ namespace qal::math {
 
 using Block = __m256i;
 
-constexpr size_t most_blocks = 10;
-constexpr size_t most_digits52 = 32; // of 64 bits
+constexpr unsigned digit_bits52 = 52; // W = 2^digit_bits52
+constexpr size_t block_digits = 4;
+constexpr size_t block_bits = block_digits * digit_bits52;
+constexpr size_t block_bytes = block_bits / 8;
+static_assert(8 * block_bytes == block_bits);
 
-// Blocks for a modulus of n digits of 64 bits, out of those for which there is code. 208 bits are
-// no multiple of 64 but of 16, which leaves those that R has to have more.
-constexpr size_t blocks_for(size_t n)
+// The numbers of blocks for which there is code.
+constexpr size_t block_counts[] = {3, 4, 5, 8, 10};
+constexpr size_t most_blocks = 10;
+
+// Moduli have 4 to 32 digits of 64 bits. R has spare_bits more than those.
+constexpr size_t fewest_digits52 = 4;
+constexpr size_t most_digits52 = 32;
+constexpr size_t spare_bits = 16;
+
+// Blocks for a modulus of n digits of 64 bits.
+static constexpr size_t blocks_for(size_t n)
 {
-    const size_t blocks = 64 * n / 208 + 1;
-    return blocks <= 3 ? 3 : blocks <= 5 ? blocks : blocks <= 8 ? 8 : 10;
+    size_t i = 0;
+    while (block_bits * block_counts[i] < 64 * n + spare_bits)
+        i++;
+    return block_counts[i];
 }
+static_assert([] {
+    for (size_t n = fewest_digits52; n <= most_digits52; n++) {
+        if (block_bits * blocks_for(n) < 64 * n + spare_bits || blocks_for(n) > most_blocks)
+            return false;
+    }
+    return true;
+}());
 
 // What products need of p. See the source for p1 and p4.
 struct Modulus52 {
@@ -43,7 +63,7 @@ struct Modulus52 {
     Block k; // -1/p modulo W in each lane
 };
 
-// For p of n digits, from 4 to 32, and blocks_for(n) blocks.
+// For p of n digits, from fewest_digits52 to most_digits52, and blocks_for(n) blocks.
 QAL_KERNEL void prepare52_avx512(Modulus52 &m, const qald *p, size_t n, size_t blocks);
 
 // r = a b / R, and r = a^2 / R; r may be a or b.
