@@ -17,9 +17,7 @@
 #include "qalec/curve256.hpp"
 #include "qalmath64/kernels/kernels.hpp"
 #include "qalmath64/kernels/montgomery.hpp"
-#include "qalmath64/powers/odd_powers.hpp"
-#include "qalmath64/powers/secret_power.hpp"
-#include "rsa/public_power.hpp"
+#include "qalmath64/powers/powers.hpp"
 #include "ru/kuznyechik_kernels.hpp"
 #include "ru/streebog_kernels.hpp"
 #include "ua/engine.hpp"
@@ -110,10 +108,10 @@ namespace qal::math {
 
 using namespace qal::base;
 
-QAL_DISPATCH(raise_odd_powers, {
+QAL_DISPATCH(raise_odd_powers_var, {
     if (cpu & cpu_avx512)
-        return raise_odd_powers_avx512;
-    return raise_odd_powers_portable;
+        return raise_odd_powers_var_avx512;
+    return raise_odd_powers_var_portable;
 });
 
 QAL_DISPATCH(power_secret, {
@@ -128,19 +126,13 @@ QAL_DISPATCH(power_secret_pair, {
     return power_secret_pair_portable;
 });
 
-} // namespace qal::math
-
-namespace qal::rsa {
-
-using namespace qal::base;
-
-QAL_DISPATCH(public_power, {
+QAL_DISPATCH(power_public_var, {
     if (cpu & cpu_avx512)
-        return public_power_avx512;
-    return public_power_portable;
+        return power_public_var_avx512;
+    return power_public_var_portable;
 });
 
-} // namespace qal::rsa
+} // namespace qal::math
 
 namespace qal::ru {
 

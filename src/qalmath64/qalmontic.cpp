@@ -1,5 +1,7 @@
+// The odd powers of x up to x^(2^w - 1) in Montgomery form, p[0] + 1 words apart, for qalicpowmont.
+// Shapes and aliasing: qalmath64.h. Time depends on x and p.
 #include "base/require.hpp"
-#include "qalmath64/powers/exponentiate.hpp"
+#include "qalmath64/powers/number_forms.hpp"
 
 static constexpr char qal_source[] = "../src/qalmath64/qalmontic";
 

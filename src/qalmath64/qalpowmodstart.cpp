@@ -1,4 +1,6 @@
-#include "qalmath64/powers/exponentiate.hpp"
+// The odd powers of the base for qalpowmodstop, in Montgomery form if p is odd. Shapes and
+// aliasing: qalmath64.h. Time depends on x and p.
+#include "qalmath64/powers/number_forms.hpp"
 
 using namespace qal::math;
 

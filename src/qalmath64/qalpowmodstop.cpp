@@ -1,5 +1,5 @@
-#include "qalmath64/powers/exponentiate.hpp"
-#include "qalmath64/powers/odd_powers.hpp"
+// x^e mod p from the odd powers of x. Shapes and aliasing: qalmath64.h. Time depends on e and p.
+#include "qalmath64/powers/number_forms.hpp"
 
 using namespace qal::math;
 
@@ -10,12 +10,13 @@ qald *qalpowmodstop(qald *work, const qald *e, const qald *p, qald *r)
             return qalconvert(r, qalcmp(p, QALBIG_ONE) != 0);
         const MontgomeryForm form = usual_form(p);
         qald power[QALBIG_SIZE];
-        raise_odd_powers(power, work, QALBIG_SIZE, e, p);
+        raise_odd_powers_var(power, work, QALBIG_SIZE, e, p);
         qalcopy(r, qalmontcom(form.c, form.k, p, power));
         qal::base::wipe(power, sizeof power);
         return r;
     }
-    Power power(QALBIG_ONE);
-    raise(PlainForm{p}, power, work, QALBIG_SIZE, e, qalbitlen(e, 1));
+    NumberPower<PlainForm> power({p}, work, QALBIG_SIZE);
+    power.set_number(QALBIG_ONE);
+    slide_var(power, e, qalbitlen(e, 1));
     return qalcopy(r, power.value());
 }

@@ -1,3 +1,4 @@
+// x^e in Montgomery form. Shapes and aliasing: qalmath64.h. Time depends on x, e and p.
 #include <qal/qalmath64.h>
 
 int qalpowmont(qald *work, const qald *one, uint64_t c, uint32_t k, const qald *p, const qald *x,

@@ -1,5 +1,6 @@
-#include "qalmath64/powers/exponentiate.hpp"
-#include "qalmath64/powers/odd_powers.hpp"
+// x^e in Montgomery form from the odd powers of x. Shapes and aliasing: qalmath64.h. Time depends
+// on e and p.
+#include "qalmath64/powers/number_forms.hpp"
 
 using namespace qal::math;
 
@@ -7,10 +8,11 @@ qald *qalpowmontstop(qald *work, const qald *one, uint64_t c, uint32_t k, const 
                      const qald *e, qald *r)
 {
     if (qalbitlen(e, 1) != 0 && is_usual_form(k, p) && qalcmp(work, p) < 0) {
-        raise_odd_powers(r, work, QALBIG_SIZE, e, p);
+        raise_odd_powers_var(r, work, QALBIG_SIZE, e, p);
         return r;
     }
-    Power power(one);
-    raise(MontgomeryForm{c, k, p}, power, work, QALBIG_SIZE, e, qalbitlen(e, 1));
+    NumberPower<MontgomeryForm> power({c, k, p}, work, QALBIG_SIZE);
+    power.set_number(one);
+    slide_var(power, e, qalbitlen(e, 1));
     return qalcopy(r, power.value());
 }

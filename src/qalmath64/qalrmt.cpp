@@ -1,4 +1,4 @@
-#include "qalmath64/powers/exponentiate.hpp"
+#include "qalmath64/powers/number_forms.hpp"
 
 #include <string.h>
 
@@ -64,8 +64,8 @@ int qalrmt(const qald *n, uint32_t rounds)
                 qalsub(x, n);
         } while (x[0] == 0 || qalcmp(x, one) == 0);
 
-        qalmontic(table, window_bits, form.c, form.k, n, x);
-        qalicpowmont(table, window_bits, 0, one, form.c, form.k, n, m, x);
+        qalmontic(table, sliding_window_bits, form.c, form.k, n, x);
+        qalicpowmont(table, sliding_window_bits, 0, one, form.c, form.k, n, m, x);
         qalmontcom(form.c, form.k, n, x);
         if (qalcmp(x, QALBIG_ONE) == 0 || qalcmp(x, last) == 0)
             continue;

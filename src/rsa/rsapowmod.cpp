@@ -1,6 +1,8 @@
+// x^e mod m for secrets: Miller's and Rabin's test and keys whose primes differ in length. Shapes
+// and aliasing: rsa.h. Time depends on the numbers of digits alone, unless x has more than m.
 #include "base/secrecy.hpp"
 #include "base/wipe.hpp"
-#include "qalmath64/powers/secret_power.hpp"
+#include "qalmath64/powers/powers.hpp"
 
 #include <qal/rsa.h>
 

@@ -3,9 +3,7 @@
 #include "gost28147/g28147_kernels.hpp"
 #include "gost28147/gr341194_kernels.hpp"
 #include "qalec/curve256.hpp"
-#include "qalmath64/powers/odd_powers.hpp"
-#include "qalmath64/powers/secret_power.hpp"
-#include "rsa/public_power.hpp"
+#include "qalmath64/powers/powers.hpp"
 #include "ru/kuznyechik_kernels.hpp"
 #include "ru/streebog_kernels.hpp"
 
@@ -57,13 +55,11 @@ RESOLVER(g28147_blocks);
 RESOLVER(gr341194_steps);
 } // namespace qal::gost
 namespace qal::math {
-RESOLVER(raise_odd_powers);
+RESOLVER(raise_odd_powers_var);
 RESOLVER(power_secret);
 RESOLVER(power_secret_pair);
+RESOLVER(power_public_var);
 } // namespace qal::math
-namespace qal::rsa {
-RESOLVER(public_power);
-} // namespace qal::rsa
 namespace qal::ru {
 RESOLVER(kuznyechik_block_dec);
 RESOLVER(kuznyechik_ctr_blocks);
@@ -112,12 +108,15 @@ TEST(Dispatch, Gost28147)
 TEST(Dispatch, Powers)
 {
     using namespace qal::math;
-    expect_first_possible(qal_resolve_raise_odd_powers(),
-                          {{cpu_avx512, raise_odd_powers_avx512}, {0, raise_odd_powers_portable}});
+    expect_first_possible(
+        qal_resolve_raise_odd_powers_var(),
+        {{cpu_avx512, raise_odd_powers_var_avx512}, {0, raise_odd_powers_var_portable}});
     expect_first_possible(qal_resolve_power_secret(),
                           {{cpu_avx512, power_secret_avx512}, {0, power_secret_portable}});
     expect_first_possible(qal_resolve_power_secret_pair(), {{cpu_avx512, power_secret_pair_avx512},
                                                             {0, power_secret_pair_portable}});
+    expect_first_possible(qal_resolve_power_public_var(),
+                          {{cpu_avx512, power_public_var_avx512}, {0, power_public_var_portable}});
 }
 
 TEST(Dispatch, Kuznyechik)
@@ -151,11 +150,4 @@ TEST(Dispatch, Streebog)
                           {{cpu_avx512, streebog_lpsx64_avx512},
                            {cpu_avx2 | cpu_gfni, streebog_lpsx64_avx2_gfni},
                            {0, streebog_lpsx64_portable}});
-}
-
-TEST(Dispatch, Rsa)
-{
-    using namespace qal::rsa;
-    expect_first_possible(qal_resolve_public_power(),
-                          {{cpu_avx512, public_power_avx512}, {0, public_power_portable}});
 }

@@ -1,8 +1,9 @@
 // Exponentiation from tables of odd powers, in all variants, against GMP.
-#include "qalmath64/powers/odd_powers.hpp"
+#include "qalmath64/powers/powers.hpp"
 
-#include "qalmath64/powers/exponentiate.hpp"
+#include "qalmath64/powers/number_forms.hpp"
 #include "support/numbers.hpp"
+#include "support/preconditions.hpp"
 #include "support/sweeps.hpp"
 
 #include <gtest/gtest.h>
@@ -12,10 +13,10 @@ using namespace qal::math;
 
 namespace {
 
-const std::vector<Variant<decltype(raise_odd_powers)>> variants = {
-    {"dispatched", 0, raise_odd_powers},
-    {"portable", 0, raise_odd_powers_portable},
-    {"avx512", qal::base::cpu_avx512, raise_odd_powers_avx512},
+const std::vector<Variant<decltype(raise_odd_powers_var)>> variants = {
+    {"dispatched", 0, raise_odd_powers_var},
+    {"portable", 0, raise_odd_powers_var_portable},
+    {"avx512", qal::base::cpu_avx512, raise_odd_powers_var_avx512},
 };
 
 // The odd powers of x in Montgomery form, `stride` words apart. Their digits end before an
@@ -70,7 +71,7 @@ mpz_class modulus(Random &random, size_t n)
     case 1:
         return power_of_two(64 * n - 1) + 1;
     case 2:
-        return power_of_two(64 * (n - 1)) + 1;
+        return power_of_two(64 * (n - 1)) | 1;
     default:
         return random_number(random, n) | 1;
     }
@@ -101,4 +102,19 @@ TEST(OddPowers, OfAllSmallExponents)
         for (unsigned e = 1; e <= 130; e++)
             check(x, e, p, n + 1);
     }
+}
+
+// No product of numbers with 66 digits has room. Exponents of one window take none.
+TEST(OddPowersDeathTest, OfTooManyDigits)
+{
+    constexpr char room[] = "(*a)*2 <= ((((2*(4096)+(sizeof(qald)*8)-1)/(sizeof(qald)*8))+3)-1)";
+    constexpr size_t n = 66;
+    const mpz_class p = power_of_two(64 * n) - 1, x = p - 2;
+    check(x, 1, p, n + 1);
+    const Table table(x, p, n + 1);
+    Number r(0, n), e(2), modulus(p);
+    each_variant(variants, [&](const auto &raise) {
+        EXPECT_PRECONDITION(raise.run(r, table, n + 1, e, modulus), room,
+                            "../src/qalmath64/qalsqrmont", "qalsqrmont");
+    });
 }

@@ -1,5 +1,5 @@
 // Exponentiation for secrets, in all variants, against GMP.
-#include "qalmath64/powers/secret_power.hpp"
+#include "qalmath64/powers/powers.hpp"
 #include "support/numbers.hpp"
 #include "support/sweeps.hpp"
 

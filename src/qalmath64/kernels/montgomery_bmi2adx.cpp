@@ -1,3 +1,5 @@
+// Montgomery products of 4 and 8 digits by their own code, of other sizes by the portable one,
+// which uses the dispatched rows. montgomery.hpp has the shapes; time depends on n alone.
 #include "qalmath64/kernels/montgomery.hpp"
 
 void qal_mont_mul_bmi2adx(qald *r, const qald *a, const qald *b, const qald *p, size_t n, qald c)

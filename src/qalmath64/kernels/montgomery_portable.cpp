@@ -1,3 +1,5 @@
+// Montgomery products as a product and its reduction, for any n. montgomery.hpp has the shapes;
+// time depends on n alone.
 #include "qalmath64/kernels/montgomery.hpp"
 
 using namespace qal::math;

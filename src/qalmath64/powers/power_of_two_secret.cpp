@@ -1,6 +1,8 @@
+// 2^bits mod p without a division by p, which may be secret: shifts, each followed by a subtraction
+// of an estimated multiple. powers.hpp has the shapes; time depends on n and bits alone.
 #include "base/wipe.hpp"
 #include "qalmath64/kernels/montgomery.hpp"
-#include "qalmath64/powers/secret_power.hpp"
+#include "qalmath64/powers/powers.hpp"
 
 namespace qal::math {
 namespace {

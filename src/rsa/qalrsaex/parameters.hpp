@@ -3,7 +3,6 @@
 #define QAL_RSA_QALRSAEX_PARAMETERS_HPP
 
 #include "base/bytes.hpp"
-#include "rsa/public_power.hpp"
 
 #include <qal/rsa.h>
 
@@ -16,6 +15,7 @@ constexpr qald public_exponent = 65537;
 inline constexpr qald public_exponent_number[] = {1, public_exponent};
 
 // The longest modulus, and the longest value of a key parameter.
+constexpr size_t modulus_digits = 32;
 constexpr uint32_t most_modulus_bytes = 8 * modulus_digits;
 
 constexpr uint32_t length_bytes = 2;

@@ -1,12 +1,14 @@
 // The public operation: RFC 8017, clauses 5.1.1 and 5.2.2.
 #include "base/wipe.hpp"
-#include "rsa/public_power.hpp"
+#include "qalmath64/powers/powers.hpp"
 #include "rsa/qalrsaex/parameters.hpp"
 #include "rsa/qalrsaex/status.hpp"
 
 #include <string.h>
 
 using namespace qal::rsa;
+
+static_assert(modulus_digits <= qal::math::most_public_digits);
 
 namespace {
 
@@ -37,7 +39,7 @@ public:
     void raise(qald *r, const qald *x) const
     {
         if (e_[0] != 0) {
-            public_power({r, x, n_, e_});
+            qal::math::power_public_var({r, x, n_, e_});
         } else {
             memset(r, 0, digits() * sizeof *r);
             r[0] = 1;

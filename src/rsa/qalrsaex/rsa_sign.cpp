@@ -2,7 +2,7 @@
 #include "base/secrecy.hpp"
 #include "base/wipe.hpp"
 #include "qalmath64/kernels/montgomery.hpp"
-#include "qalmath64/powers/secret_power.hpp"
+#include "qalmath64/powers/powers.hpp"
 #include "rsa/qalrsaex/parameters.hpp"
 #include "rsa/qalrsaex/status.hpp"
 
