@@ -23,8 +23,15 @@
 #define QAL_API __attribute__((visibility("default")))
 #endif
 
-/** A random generator of the application: fills buf with len random bytes. What it returns is
- * handed on where an operation says so, and is otherwise of no account. */
+/** The result must be looked at: it tells whether the operation succeeded. */
+#define QAL_API_RESULT __attribute__((warn_unused_result))
+
+/** No pointer may be null, or none of those with the given positions, counted from 1. Operations
+ * that say what they do with a null pointer are not declared so. */
+#define QAL_API_NONNULL(...) __attribute__((nonnull(__VA_ARGS__)))
+
+/** A random generator of the application: fills buf with len random bytes. Its result is handed on
+ * where an operation says so, and is otherwise ignored. */
 typedef int (*qal_rnd)(uint8_t *buf, uint32_t len);
 
 #endif

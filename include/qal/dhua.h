@@ -31,14 +31,16 @@ extern "C" {
  * @param[in]  cofactor  whether to multiply by the cofactor h.
  * @param[out] out_len   receives field_len; what was in it does not matter.
  * @param[out] out       field_len bytes, least significant first.
- * @return a status of dstu.h: 0, 2, 3, 5 or 6.
+ * @return #DSTU_OK, #DSTU_BAD_ARGUMENT, #DSTU_BAD_CURVE, #DSTU_BAD_PUBLIC_KEY or
+ *         #DSTU_BAD_PRIVATE_KEY.
  *
  * Fails: as qal2pfromb() does for a pub_len above four bytes per word of the field.
  *
  * Timing: does not depend on the private key.
  */
-QAL_API int dhua_zz(const dstu_ctx *ctx, int32_t priv_len, const uint8_t *priv, int32_t pub_len,
-                    const uint8_t *pub, int cofactor, int32_t *out_len, uint8_t *out);
+QAL_API QAL_API_RESULT int dhua_zz(const dstu_ctx *ctx, int32_t priv_len, const uint8_t *priv,
+                                   int32_t pub_len, const uint8_t *pub, int cofactor,
+                                   int32_t *out_len, uint8_t *out);
 
 #ifdef __cplusplus
 }

@@ -11,17 +11,7 @@
  * x^(8i+j); hashes likewise, whose length is given in bits. A public key is a compressed point of
  * (m + 8) / 8 bytes. A signature is r, then s, each in half of its bytes.
  *
- * Operations answer with a status:
- *
- * | status | meaning                                                              |
- * |--------|----------------------------------------------------------------------|
- * | 0      | success; the signature is valid                                      |
- * | 1      | the signature is not valid, or has a wrong length or range           |
- * | 2      | an argument is null, a length out of range, a buffer too small       |
- * | 3      | the curve is refused; the cofactor is not supported (dhua.h)         |
- * | 4      | the base point or its order is refused                               |
- * | 5      | the public key is no field element or not on the curve               |
- * | 6      | the private key is zero or not shorter than the order                |
+ * Operations return a code of #dstu_code. Each lists those that it can return.
  *
  * Timing: key generation and signing depend on neither the private key nor the one-time secret, but
  * for repetitions, which the standard demands where a value comes out as zero, and for scalars
@@ -40,6 +30,17 @@
 #ifdef __cplusplus
 extern "C" {
 #endif
+
+/** What the operations of this header and of dhua.h return. */
+enum dstu_code {
+    DSTU_OK = 0,             /**< success; the signature is valid */
+    DSTU_BAD_SIGNATURE = 1,  /**< the signature is not valid, or has a wrong length or range */
+    DSTU_BAD_ARGUMENT = 2,   /**< a null pointer, a length out of range, a buffer too small */
+    DSTU_BAD_CURVE = 3,      /**< the curve is refused; the cofactor is not supported (dhua.h) */
+    DSTU_BAD_BASE_POINT = 4, /**< the base point or its order is refused */
+    DSTU_BAD_PUBLIC_KEY = 5, /**< the public key is no field element or not on the curve */
+    DSTU_BAD_PRIVATE_KEY = 6 /**< the private key is zero or not shorter than the order */
+};
 
 /** Domain parameters. */
 typedef struct {
@@ -82,12 +83,13 @@ typedef struct {
  * @param[in]  a      coefficient, 0 or 1.
  * @param[in]  b      coefficient, b_len bytes.
  * @param[in]  b_len  bytes, at most (m + 8) / 8.
- * @return 0 or 3.
+ * @return #DSTU_OK or #DSTU_BAD_CURVE.
  *
  * Fails: "((431+7)/8) >= (((((mod_m)+1)+7)/8))".
  */
-QAL_API int dstu_init_curve(dstu_ctx *ctx, uint32_t m, uint32_t mod_a, uint32_t mod_b,
-                            uint32_t mod_c, uint32_t a, const uint8_t *b, int32_t b_len);
+QAL_API QAL_API_RESULT int dstu_init_curve(dstu_ctx *ctx, uint32_t m, uint32_t mod_a,
+                                           uint32_t mod_b, uint32_t mod_c, uint32_t a,
+                                           const uint8_t *b, int32_t b_len);
 
 /**
  * Set up base point and order: n must have m - 2 to m bits, at least 160, and n G be at infinity.
@@ -100,10 +102,10 @@ QAL_API int dstu_init_curve(dstu_ctx *ctx, uint32_t m, uint32_t mod_a, uint32_t 
  * @param[in]     G      compressed point.
  * @param[in]     n_len  bytes, 1..(m + 8) / 8.
  * @param[in]     n      order.
- * @return 0, 2 or 4.
+ * @return #DSTU_OK, #DSTU_BAD_ARGUMENT or #DSTU_BAD_BASE_POINT.
  */
-QAL_API int dstu_init_pgen(dstu_ctx *ctx, int32_t G_len, const uint8_t *G, int32_t n_len,
-                           const uint8_t *n);
+QAL_API QAL_API_RESULT int dstu_init_pgen(dstu_ctx *ctx, int32_t G_len, const uint8_t *G,
+                                          int32_t n_len, const uint8_t *n);
 
 /**
  * Set up an empty pool.
@@ -111,9 +113,9 @@ QAL_API int dstu_init_pgen(dstu_ctx *ctx, int32_t G_len, const uint8_t *G, int32
  * @param[out] pool  pool; keeps both pointers.
  * @param[in]  ctx   domain.
  * @param[in]  rnd   random source.
- * @return 0 or 2.
+ * @return #DSTU_OK or #DSTU_BAD_ARGUMENT.
  */
-QAL_API int dstu_bspool_init(dstu_bspool *pool, const dstu_ctx *ctx, qal_rnd rnd);
+QAL_API QAL_API_RESULT int dstu_bspool_init(dstu_bspool *pool, const dstu_ctx *ctx, qal_rnd rnd);
 
 /**
  * Do a piece of work on the lowest slot that is not ready: draw its secret, or process one window
@@ -130,7 +132,7 @@ QAL_API int dstu_bspool_step(dstu_bspool *pool);
  * @param[in,out] pool  pool.
  * @param[out]    e     the secret, below 2^(L - 1), where n has L bits; it may be zero.
  * @param[out]    cp    e G, compressed.
- * @return 0.
+ * @return #DSTU_OK.
  *
  * Fails: "pool != 0", "e != 0", "cp != 0".
  */
@@ -145,10 +147,10 @@ QAL_API int dstu_bspool_get(dstu_bspool *pool, qald *e, qal2d *cp);
  * @param[out]    priv      private key, zeros up to the stated room.
  * @param[in,out] pub_len   bytes that pub has room for; becomes the context's field_len.
  * @param[out]    pub       public key.
- * @return 0 or 2.
+ * @return #DSTU_OK or #DSTU_BAD_ARGUMENT.
  */
-QAL_API int dstu_gen_keys(const dstu_ctx *ctx, dstu_bspool *pool, int32_t *priv_len, uint8_t *priv,
-                          int32_t *pub_len, uint8_t *pub);
+QAL_API QAL_API_RESULT int dstu_gen_keys(const dstu_ctx *ctx, dstu_bspool *pool, int32_t *priv_len,
+                                         uint8_t *priv, int32_t *pub_len, uint8_t *pub);
 
 /**
  * Both coordinates of a public key.
@@ -157,11 +159,12 @@ QAL_API int dstu_gen_keys(const dstu_ctx *ctx, dstu_bspool *pool, int32_t *priv_
  * @param[out] out      x, then y, field_len bytes each.
  * @param[in]  key      compressed point.
  * @param[in]  key_len  bytes.
- * @return 0 or 5.
+ * @return #DSTU_OK or #DSTU_BAD_PUBLIC_KEY.
  *
  * Fails: as qal2pfromb() does for a key_len above four bytes per word of the field.
  */
-QAL_API int dstu_ucpubk(const dstu_ctx *ctx, uint8_t *out, const uint8_t *key, int32_t key_len);
+QAL_API QAL_API_RESULT int dstu_ucpubk(const dstu_ctx *ctx, uint8_t *out, const uint8_t *key,
+                                       int32_t key_len);
 
 /**
  * The public key with these coordinates.
@@ -170,9 +173,10 @@ QAL_API int dstu_ucpubk(const dstu_ctx *ctx, uint8_t *out, const uint8_t *key, i
  * @param[out]    out      compressed point.
  * @param[in,out] out_len  bytes that out has room for; becomes field_len.
  * @param[in]     in       x, then y, field_len bytes each.
- * @return 0, 2 or 5.
+ * @return #DSTU_OK, #DSTU_BAD_ARGUMENT or #DSTU_BAD_PUBLIC_KEY.
  */
-QAL_API int dstu_cppubk(const dstu_ctx *ctx, uint8_t *out, int32_t *out_len, const uint8_t *in);
+QAL_API QAL_API_RESULT int dstu_cppubk(const dstu_ctx *ctx, uint8_t *out, int32_t *out_len,
+                                       const uint8_t *in);
 
 /**
  * Sign (DSTU 4145-2002, clause 12).
@@ -185,10 +189,11 @@ QAL_API int dstu_cppubk(const dstu_ctx *ctx, uint8_t *out, int32_t *out_len, con
  * @param[in]     hash       hash.
  * @param[in,out] sig_len    bytes that sig has room for; becomes the context's sig_len.
  * @param[out]    sig        signature.
- * @return 0, 2 or 6.
+ * @return #DSTU_OK, #DSTU_BAD_ARGUMENT or #DSTU_BAD_PRIVATE_KEY.
  */
-QAL_API int dstu_sign(const dstu_ctx *ctx, dstu_bspool *pool, int32_t priv_len, const uint8_t *priv,
-                      int32_t hash_bits, const uint8_t *hash, int32_t *sig_len, uint8_t *sig);
+QAL_API QAL_API_RESULT int dstu_sign(const dstu_ctx *ctx, dstu_bspool *pool, int32_t priv_len,
+                                     const uint8_t *priv, int32_t hash_bits, const uint8_t *hash,
+                                     int32_t *sig_len, uint8_t *sig);
 
 /**
  * Verify a signature (DSTU 4145-2002, clause 13).
@@ -205,10 +210,12 @@ QAL_API int dstu_sign(const dstu_ctx *ctx, dstu_bspool *pool, int32_t priv_len, 
  * @param[in] hash       hash.
  * @param[in] sig_len    bytes.
  * @param[in] sig        signature.
- * @return 0 for a valid signature, 1, 2 or 5.
+ * @return #DSTU_OK for a valid signature, otherwise #DSTU_BAD_SIGNATURE, #DSTU_BAD_ARGUMENT or
+ *         #DSTU_BAD_PUBLIC_KEY.
  */
-QAL_API int dstu_verify(const dstu_ctx *ctx, int32_t pub_len, const uint8_t *pub, int32_t hash_bits,
-                        const uint8_t *hash, int32_t sig_len, const uint8_t *sig);
+QAL_API QAL_API_RESULT int dstu_verify(const dstu_ctx *ctx, int32_t pub_len, const uint8_t *pub,
+                                       int32_t hash_bits, const uint8_t *hash, int32_t sig_len,
+                                       const uint8_t *sig);
 
 #ifdef __cplusplus
 }

@@ -30,6 +30,14 @@
 extern "C" {
 #endif
 
+/** Bytes of a key, of a block, of an IV, of a MAC and of an S-box; words of an expanded table. */
+#define G28147_KEY_SIZE 32
+#define G28147_BLOCK_SIZE 8
+#define G28147_IV_SIZE 8
+#define G28147_MAC_SIZE 4
+#define G28147_SBOX_SIZE 128
+#define G28147_KEXT_WORDS 1024
+
 /** Order of the key words in the encryption cycle 32-Z. */
 QAL_API extern const uint8_t OrderEnc[32];
 /** The same as #OrderEnc, in a table of its own. */
@@ -88,7 +96,8 @@ typedef struct {
  *                   significant nibble (the standard's K8) first.
  * @return kext, or a null pointer when a byte of sbox is 16 or more; kext is then untouched.
  */
-QAL_API uint32_t *g28147_make_kext(uint32_t *kext, const uint8_t *sbox);
+QAL_API QAL_API_RESULT QAL_API_NONNULL() uint32_t *g28147_make_kext(uint32_t *kext,
+                                                                    const uint8_t *sbox);
 
 /**
  * The cycle of 32 rounds: encryption or decryption, as the round keys are ordered.
@@ -99,8 +108,8 @@ QAL_API uint32_t *g28147_make_kext(uint32_t *kext, const uint8_t *sbox);
  * @param[out] ra,rb the result's words.
  * @return *ra.
  */
-QAL_API uint32_t g28147_32Steps(uint32_t a, uint32_t b, const uint32_t *rk, const uint32_t *kext,
-                                uint32_t *ra, uint32_t *rb);
+QAL_API QAL_API_NONNULL() uint32_t g28147_32Steps(uint32_t a, uint32_t b, const uint32_t *rk,
+                                                  const uint32_t *kext, uint32_t *ra, uint32_t *rb);
 
 /**
  * The cycle of 16 rounds of the MAC; the last round exchanges the halves like the others.
@@ -110,8 +119,8 @@ QAL_API uint32_t g28147_32Steps(uint32_t a, uint32_t b, const uint32_t *rk, cons
  * @param[in]  kext  expanded table.
  * @param[out] ra,rb the result's words.
  */
-QAL_API void g28147_16Steps(uint32_t a, uint32_t b, const uint32_t *rk, const uint32_t *kext,
-                            uint32_t *ra, uint32_t *rb);
+QAL_API QAL_API_NONNULL() void g28147_16Steps(uint32_t a, uint32_t b, const uint32_t *rk,
+                                              const uint32_t *kext, uint32_t *ra, uint32_t *rb);
 
 /**
  * Begin simple replacement.
@@ -158,7 +167,8 @@ QAL_API void g28147_hmac_init_ext(g28147_hmac_ctx *ctx, const uint8_t *x, const 
  * @param[in]     data  len bytes.
  * @param[in]     len   bytes.
  */
-QAL_API void g28147_hmac_updblocks(g28147_hmac_ctx *ctx, const uint8_t *data, size_t len);
+QAL_API QAL_API_NONNULL(1) void g28147_hmac_updblocks(g28147_hmac_ctx *ctx, const uint8_t *data,
+                                                      size_t len);
 
 /**
  * Absorb a piece of the message. Pieces of any lengths give the MAC of their concatenation.
@@ -181,7 +191,7 @@ QAL_API void g28147_hmac_update(g28147_hmac_ctx *ctx, const uint8_t *in, size_t 
  *
  * Fails: "ctx != 0", "hmac != 0".
  */
-QAL_API uint8_t *g28147_hmac_final(g28147_hmac_ctx *ctx, uint8_t *hmac);
+QAL_API QAL_API_RESULT uint8_t *g28147_hmac_final(g28147_hmac_ctx *ctx, uint8_t *hmac);
 
 /**
  * Finish a MAC and compare it.
@@ -192,7 +202,7 @@ QAL_API uint8_t *g28147_hmac_final(g28147_hmac_ctx *ctx, uint8_t *hmac);
  *
  * Fails: "ctx != 0", "hmac != 0".
  */
-QAL_API int g28147_hmac_final_verify(g28147_hmac_ctx *ctx, const uint8_t *hmac);
+QAL_API QAL_API_RESULT int g28147_hmac_final_verify(g28147_hmac_ctx *ctx, const uint8_t *hmac);
 
 /**
  * Begin the gamma mode.
@@ -255,8 +265,8 @@ QAL_API void g28147_cfb_update(g28147_cfb_ctx *ctx, const uint8_t *in, uint8_t *
  * @param[out]    out  len bytes; may be in, otherwise apart from it.
  * @param[in]     len  bytes.
  */
-QAL_API void g28147_cfb_enc_update_blocks(g28147_cfb_ctx *ctx, const uint8_t *in, uint8_t *out,
-                                          size_t len);
+QAL_API QAL_API_NONNULL(1) void g28147_cfb_enc_update_blocks(g28147_cfb_ctx *ctx, const uint8_t *in,
+                                                             uint8_t *out, size_t len);
 
 /**
  * Decrypt, whatever the record's direction; see g28147_cfb_update().
@@ -266,8 +276,8 @@ QAL_API void g28147_cfb_enc_update_blocks(g28147_cfb_ctx *ctx, const uint8_t *in
  * @param[out]    out  len bytes; may be in, otherwise apart from it.
  * @param[in]     len  bytes.
  */
-QAL_API void g28147_cfb_dec_update_blocks(g28147_cfb_ctx *ctx, const uint8_t *in, uint8_t *out,
-                                          size_t len);
+QAL_API QAL_API_NONNULL(1) void g28147_cfb_dec_update_blocks(g28147_cfb_ctx *ctx, const uint8_t *in,
+                                                             uint8_t *out, size_t len);
 
 #ifdef __cplusplus
 }

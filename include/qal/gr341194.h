@@ -24,6 +24,10 @@
 extern "C" {
 #endif
 
+/** Bytes of the digest, of the start value and of a block. */
+#define GR341194_SIZE 32
+#define GR341194_BLOCK_SIZE 32
+
 /** A hash computation. Plain data: it may be copied to go on in two ways from a common prefix. */
 typedef struct {
     uint8_t buffer[32];   /**< message bytes that do not fill a block yet */
@@ -45,8 +49,9 @@ QAL_API extern const uint8_t CryptoPro_iv[32];
  * @param[in]  kext  expanded table (g28147_make_kext()); must stay valid until the end.
  * @return ctx.
  */
-QAL_API gr341194_md_ctx *gr341194_md_init_ext(gr341194_md_ctx *ctx, const uint8_t *iv,
-                                              const uint32_t *kext);
+QAL_API QAL_API_NONNULL() gr341194_md_ctx *gr341194_md_init_ext(gr341194_md_ctx *ctx,
+                                                                const uint8_t *iv,
+                                                                const uint32_t *kext);
 
 /**
  * Absorb a piece of the message. Pieces of any lengths give the hash of their concatenation.
@@ -55,7 +60,8 @@ QAL_API gr341194_md_ctx *gr341194_md_init_ext(gr341194_md_ctx *ctx, const uint8_
  * @param[in]     data  len bytes; null is taken for none.
  * @param[in]     len   bytes.
  */
-QAL_API void gr341194_md_update(gr341194_md_ctx *ctx, const uint8_t *data, size_t len);
+QAL_API QAL_API_NONNULL(1) void gr341194_md_update(gr341194_md_ctx *ctx, const uint8_t *data,
+                                                   size_t len);
 
 /**
  * Finish a hash.
@@ -64,7 +70,7 @@ QAL_API void gr341194_md_update(gr341194_md_ctx *ctx, const uint8_t *data, size_
  * @param[out]    out  32 bytes.
  * @return out.
  */
-QAL_API uint8_t *gr341194_md_final(gr341194_md_ctx *ctx, uint8_t *out);
+QAL_API QAL_API_NONNULL() uint8_t *gr341194_md_final(gr341194_md_ctx *ctx, uint8_t *out);
 
 /**
  * Absorb whole blocks straight from the input, leaving the buffer alone.
@@ -73,7 +79,8 @@ QAL_API uint8_t *gr341194_md_final(gr341194_md_ctx *ctx, uint8_t *out);
  * @param[in]     data  blocks of 32 bytes.
  * @param[in]     len   bytes, a multiple of 32.
  */
-QAL_API void gr341194_md_updblocks(gr341194_md_ctx *ctx, const uint8_t *data, size_t len);
+QAL_API QAL_API_NONNULL(1) void gr341194_md_updblocks(gr341194_md_ctx *ctx, const uint8_t *data,
+                                                      size_t len);
 
 /**
  * The step function: H = f(H, block).
@@ -81,7 +88,7 @@ QAL_API void gr341194_md_updblocks(gr341194_md_ctx *ctx, const uint8_t *data, si
  * @param[in,out] ctx    record, of which H changes.
  * @param[in]     block  32 bytes; may be in the record.
  */
-QAL_API void gr341194_md_x(gr341194_md_ctx *ctx, const uint8_t *block);
+QAL_API QAL_API_NONNULL() void gr341194_md_x(gr341194_md_ctx *ctx, const uint8_t *block);
 
 /**
  * The output transformation of a step: psi^61(H ^ psi(M ^ psi^12(S))).
@@ -89,7 +96,8 @@ QAL_API void gr341194_md_x(gr341194_md_ctx *ctx, const uint8_t *block);
  * @param[out] out    32 bytes; may be any of the inputs.
  * @param[in]  H,M,S  32 bytes each.
  */
-QAL_API void gr341194_md_mix(uint8_t *out, const uint8_t *H, const uint8_t *M, const uint8_t *S);
+QAL_API QAL_API_NONNULL() void gr341194_md_mix(uint8_t *out, const uint8_t *H, const uint8_t *M,
+                                               const uint8_t *S);
 
 /**
  * Apply psi n times.
@@ -97,7 +105,7 @@ QAL_API void gr341194_md_mix(uint8_t *out, const uint8_t *H, const uint8_t *M, c
  * @param[in,out] x  32 bytes.
  * @param[in]     n  times; none if not positive.
  */
-QAL_API void gr341194_md_psi(uint8_t *x, int n);
+QAL_API QAL_API_NONNULL() void gr341194_md_psi(uint8_t *x, int n);
 
 /**
  * The transformation A: words (x0, x1, x2, x3) become (x1, x2, x3, x0 ^ x1).
@@ -105,7 +113,7 @@ QAL_API void gr341194_md_psi(uint8_t *x, int n);
  * @param[in,out] x  32 bytes.
  * @return x.
  */
-QAL_API uint8_t *gr341194_md_a(uint8_t *x);
+QAL_API QAL_API_NONNULL() uint8_t *gr341194_md_a(uint8_t *x);
 
 /**
  * The transposition P: out byte 4i + k is in byte 8k + i.
@@ -114,7 +122,7 @@ QAL_API uint8_t *gr341194_md_a(uint8_t *x);
  * @param[in]  in   32 bytes.
  * @return out.
  */
-QAL_API uint8_t *gr341194_md_p(uint8_t *out, const uint8_t *in);
+QAL_API QAL_API_NONNULL() uint8_t *gr341194_md_p(uint8_t *out, const uint8_t *in);
 
 /**
  * x = (x + y) mod 2^256.
@@ -123,7 +131,7 @@ QAL_API uint8_t *gr341194_md_p(uint8_t *out, const uint8_t *in);
  * @param[in]     y  32 bytes; may be x.
  * @return the carry out of x.
  */
-QAL_API uint32_t gr341194_md_add256(uint8_t *x, const uint8_t *y);
+QAL_API QAL_API_NONNULL() uint32_t gr341194_md_add256(uint8_t *x, const uint8_t *y);
 
 /**
  * x = (x + v) mod 2^256.
@@ -131,7 +139,7 @@ QAL_API uint32_t gr341194_md_add256(uint8_t *x, const uint8_t *y);
  * @param[in,out] x  32 bytes.
  * @param[in]     v  any value.
  */
-QAL_API void gr341194_md_add32(uint8_t *x, uint32_t v);
+QAL_API QAL_API_NONNULL() void gr341194_md_add32(uint8_t *x, uint32_t v);
 
 /**
  * out = a ^ b, byte by byte.

@@ -25,6 +25,12 @@
 extern "C" {
 #endif
 
+/** Bytes of a key, of the round keys, of a block and of a counter mode's IV. */
+#define KUZN_KEY_SIZE 32
+#define KUZN_ROUND_KEYS_SIZE 160
+#define KUZN_BLOCK_SIZE 16
+#define KUZN_IV_SIZE 8
+
 /** Single blocks under one key. */
 typedef struct {
     uint8_t rk[160];    /**< round keys K1..K10, 16 bytes each */
@@ -60,7 +66,7 @@ QAL_API extern const uint8_t tab_0xFB[256]; /**< see tab_0x94 */
  * @param[out] rk   160 bytes: K1..K10.
  * @param[in]  key  32 bytes; may overlap rk.
  */
-QAL_API void kuzn_setup_keys(uint8_t *rk, const uint8_t *key);
+QAL_API QAL_API_NONNULL() void kuzn_setup_keys(uint8_t *rk, const uint8_t *key);
 
 /**
  * Encrypt one block in place.
@@ -68,7 +74,7 @@ QAL_API void kuzn_setup_keys(uint8_t *rk, const uint8_t *key);
  * @param[in,out] block  16 bytes.
  * @param[in]     rk     160 bytes of round keys.
  */
-QAL_API void kuzn_block_enc(uint8_t *block, const uint8_t *rk);
+QAL_API QAL_API_NONNULL() void kuzn_block_enc(uint8_t *block, const uint8_t *rk);
 
 /**
  * Set up single-block operations.
@@ -77,7 +83,7 @@ QAL_API void kuzn_block_enc(uint8_t *block, const uint8_t *rk);
  * @param[in]  mode  1 encrypts, anything else decrypts.
  * @param[in]  key   32 bytes.
  */
-QAL_API void kuzn_ecb_init(kuzn_ecb_ctx *ctx, uint32_t mode, const uint8_t *key);
+QAL_API QAL_API_NONNULL() void kuzn_ecb_init(kuzn_ecb_ctx *ctx, uint32_t mode, const uint8_t *key);
 
 /**
  * Transform one block: what is at in goes to out, len / 16 times over.
@@ -92,7 +98,8 @@ QAL_API void kuzn_ecb_init(kuzn_ecb_ctx *ctx, uint32_t mode, const uint8_t *key)
  * @param[out] out  16 bytes; may be in, or overlap it.
  * @param[in]  len  bytes; a remainder below 16 is ignored.
  */
-QAL_API void kuzn_ecb_update(const kuzn_ecb_ctx *ctx, const uint8_t *in, uint8_t *out, size_t len);
+QAL_API QAL_API_NONNULL(1) void kuzn_ecb_update(const kuzn_ecb_ctx *ctx, const uint8_t *in,
+                                                uint8_t *out, size_t len);
 
 /**
  * Begin a key stream: counter = iv * 2^64.
@@ -101,7 +108,8 @@ QAL_API void kuzn_ecb_update(const kuzn_ecb_ctx *ctx, const uint8_t *in, uint8_t
  * @param[in]  iv   8 bytes, most significant first. Never use one twice under a key.
  * @param[in]  key  32 bytes.
  */
-QAL_API void kuzn_ctr_init(kuzn_ctr_ctx *ctx, const uint8_t *iv, const uint8_t *key);
+QAL_API QAL_API_NONNULL() void kuzn_ctr_init(kuzn_ctr_ctx *ctx, const uint8_t *iv,
+                                             const uint8_t *key);
 
 /**
  * Encrypt or decrypt, which is the same, a piece of the message. The counter wraps modulo 2^128.
@@ -111,7 +119,8 @@ QAL_API void kuzn_ctr_init(kuzn_ctr_ctx *ctx, const uint8_t *iv, const uint8_t *
  * @param[out]    out  len bytes; may be in, otherwise apart from it.
  * @param[in]     len  bytes, any number.
  */
-QAL_API void kuzn_ctr_update(kuzn_ctr_ctx *ctx, const uint8_t *in, uint8_t *out, size_t len);
+QAL_API QAL_API_NONNULL(1) void kuzn_ctr_update(kuzn_ctr_ctx *ctx, const uint8_t *in, uint8_t *out,
+                                                size_t len);
 
 #ifdef __cplusplus
 }

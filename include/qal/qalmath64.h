@@ -48,7 +48,7 @@ QAL_API extern const qald QALBIG_THREE[2];
  * @param[in,out] x  number, normalised or not.
  * @return x.
  */
-QAL_API qald *qalclip(qald *x);
+QAL_API QAL_API_NONNULL() qald *qalclip(qald *x);
 
 /**
  * dst = src.
@@ -57,7 +57,7 @@ QAL_API qald *qalclip(qald *x);
  * @param[in]  src  number.
  * @return dst.
  */
-QAL_API qald *qalcopy(qald *dst, const qald *src);
+QAL_API QAL_API_NONNULL() qald *qalcopy(qald *dst, const qald *src);
 
 /**
  * x = v.
@@ -66,7 +66,7 @@ QAL_API qald *qalcopy(qald *dst, const qald *src);
  * @param[in]  v  any value.
  * @return x.
  */
-QAL_API qald *qalconvert(qald *x, uint64_t v);
+QAL_API QAL_API_NONNULL() qald *qalconvert(qald *x, uint64_t v);
 
 /**
  * Deprecated: writes the line "Deprecated qalclear!" to standard output and leaves x as it is. For
@@ -75,7 +75,7 @@ QAL_API qald *qalconvert(qald *x, uint64_t v);
  * @param[in] x  anything.
  * @return x.
  */
-QAL_API qald *qalclear(qald *x);
+QAL_API QAL_API_NONNULL() qald *qalclear(qald *x);
 
 /**
  * Build a number from words of 32 bits.
@@ -85,7 +85,7 @@ QAL_API qald *qalclear(qald *x);
  * @param[in]  ...  k values of type uint32_t, most significant first; leading zeros are allowed.
  * @return x.
  */
-QAL_API qald *qalvalueof32(qald *x, int32_t k, ...);
+QAL_API QAL_API_NONNULL() qald *qalvalueof32(qald *x, int32_t k, ...);
 
 /**
  * Build a number from digits.
@@ -95,7 +95,7 @@ QAL_API qald *qalvalueof32(qald *x, int32_t k, ...);
  * @param[in]  ...  k values of type uint64_t, most significant first; leading zeros are allowed.
  * @return x.
  */
-QAL_API qald *qalvalueof64(qald *x, int32_t k, ...);
+QAL_API QAL_API_NONNULL() qald *qalvalueof64(qald *x, int32_t k, ...);
 
 /**
  * Compare.
@@ -103,7 +103,7 @@ QAL_API qald *qalvalueof64(qald *x, int32_t k, ...);
  * @param[in] a,b  numbers; must be normalised.
  * @return 1 if a > b, -1 if a < b, 0 if they are equal.
  */
-QAL_API int32_t qalcmp(const qald *a, const qald *b);
+QAL_API QAL_API_NONNULL() int32_t qalcmp(const qald *a, const qald *b);
 
 /**
  * x += y.
@@ -112,7 +112,7 @@ QAL_API int32_t qalcmp(const qald *a, const qald *b);
  * @param[in]     y  number; may be x.
  * @return x.
  */
-QAL_API qald *qaladd(qald *x, const qald *y);
+QAL_API QAL_API_NONNULL() qald *qaladd(qald *x, const qald *y);
 
 /**
  * x -= y.
@@ -121,7 +121,7 @@ QAL_API qald *qaladd(qald *x, const qald *y);
  * @param[in]     y  number; may be x.
  * @return x.
  */
-QAL_API qald *qalsub(qald *x, const qald *y);
+QAL_API QAL_API_NONNULL() qald *qalsub(qald *x, const qald *y);
 
 /**
  * x ^= y: the sum of polynomials over GF(2).
@@ -130,7 +130,7 @@ QAL_API qald *qalsub(qald *x, const qald *y);
  * @param[in]     y  number; may be x.
  * @return x.
  */
-QAL_API qald *qaladd2m(qald *x, const qald *y);
+QAL_API QAL_API_NONNULL() qald *qaladd2m(qald *x, const qald *y);
 
 /**
  * c = a * b.
@@ -141,7 +141,7 @@ QAL_API qald *qaladd2m(qald *x, const qald *y);
  *
  * Timing: depends on the numbers of digits alone.
  */
-QAL_API qald *qalmul(const qald *a, const qald *b, qald *c);
+QAL_API QAL_API_NONNULL() qald *qalmul(const qald *a, const qald *b, qald *c);
 
 /**
  * c = a^2.
@@ -152,7 +152,7 @@ QAL_API qald *qalmul(const qald *a, const qald *b, qald *c);
  *
  * Timing: depends on the number of digits alone.
  */
-QAL_API qald *qalsqr(const qald *a, qald *c);
+QAL_API QAL_API_NONNULL() qald *qalsqr(const qald *a, qald *c);
 
 /**
  * y = x * 2^s, truncated to 130 digits: what is shifted beyond is lost without notice.
@@ -183,7 +183,7 @@ QAL_API qald *qalshr(const qald *x, uint64_t s, qald *y);
  * @param[in] u  bits of a unit, not zero: 1 for the bit length, 8 for the byte length.
  * @return units; 0 for zero.
  */
-QAL_API uint64_t qalbitlen(const qald *x, uint64_t u);
+QAL_API QAL_API_NONNULL() uint64_t qalbitlen(const qald *x, uint64_t u);
 
 /**
  * q = x / y, rounded down, and r = x mod y. Division by zero does nothing at all: q and r stay as
@@ -198,7 +198,7 @@ QAL_API uint64_t qalbitlen(const qald *x, uint64_t u);
  * Fails: "(((2*(4096)+(sizeof(qald)*8)-1)/(sizeof(qald)*8))+3) >= ( y[0]+2 )",
  * "(((2*(4096)+(sizeof(qald)*8)-1)/(sizeof(qald)*8))+3) >= ( x[0]+3 )".
  */
-QAL_API void qaldiv(const qald *x, const qald *y, qald *q, qald *r);
+QAL_API QAL_API_NONNULL(1, 2) void qaldiv(const qald *x, const qald *y, qald *q, qald *r);
 
 /**
  * Divide two digits by one.
@@ -219,7 +219,7 @@ QAL_API uint64_t qaldivs(uint64_t xh, uint64_t xl, uint64_t y, uint64_t *q);
  * @param[in] d  divisor, not zero.
  * @return the remainder.
  */
-QAL_API uint64_t qalmodd(const qald *x, uint64_t d);
+QAL_API QAL_API_NONNULL() uint64_t qalmodd(const qald *x, uint64_t d);
 
 /**
  * x = x mod p for p = 2^l - c.
@@ -251,7 +251,7 @@ QAL_API uint64_t qalinverse(uint64_t a);
  * @param[out] out  room for the digits of p; may be a or p.
  * @return out.
  */
-QAL_API qald *qalmodinv(const qald *a, const qald *p, qald *out);
+QAL_API QAL_API_NONNULL() qald *qalmodinv(const qald *a, const qald *p, qald *out);
 
 /**
  * x = 2^n.
@@ -260,7 +260,7 @@ QAL_API qald *qalmodinv(const qald *a, const qald *p, qald *out);
  * @param[in]  n  exponent.
  * @return x.
  */
-QAL_API qald *qalexpb2(qald *x, uint64_t n);
+QAL_API QAL_API_NONNULL() qald *qalexpb2(qald *x, uint64_t n);
 
 /**
  * x = x mod 2^n.
@@ -269,7 +269,7 @@ QAL_API qald *qalexpb2(qald *x, uint64_t n);
  * @param[in]     n  bits to keep.
  * @return x.
  */
-QAL_API qald *qalmodexpb2(qald *x, uint64_t n);
+QAL_API QAL_API_NONNULL() qald *qalmodexpb2(qald *x, uint64_t n);
 
 /**
  * x += 2^n.
@@ -281,7 +281,7 @@ QAL_API qald *qalmodexpb2(qald *x, uint64_t n);
  *
  * Fails: "i<=(((2*(4096)+(sizeof(qald)*8)-1)/(sizeof(qald)*8))+3)" if the sum reaches digit 132.
  */
-QAL_API qald *qaladdb2(qald *x, uint64_t n);
+QAL_API QAL_API_NONNULL() qald *qaladdb2(qald *x, uint64_t n);
 
 /**
  * Montgomery reduction: t = t / 2^k mod p.
@@ -296,7 +296,7 @@ QAL_API qald *qaladdb2(qald *x, uint64_t n);
  * @param[in,out] t  number of at most 2 (digits of p) + 1 digits, and room for as many.
  * @return t.
  */
-QAL_API qald *qalmontcom(uint64_t c, uint32_t k, const qald *p, qald *t);
+QAL_API QAL_API_NONNULL() qald *qalmontcom(uint64_t c, uint32_t k, const qald *p, qald *t);
 
 /**
  * Montgomery product: t = a * b / 2^k mod p.
@@ -338,7 +338,7 @@ QAL_API qald *qalsqrmont(uint64_t c, uint32_t k, const qald *p, const qald *a, q
  * @param[out] x  room for k / 64 + 3 digits.
  * @return x.
  */
-QAL_API qald *qalunitymont(int32_t k, const qald *p, qald *x);
+QAL_API QAL_API_NONNULL() qald *qalunitymont(int32_t k, const qald *p, qald *x);
 
 /**
  * The next window of an exponent, for a scan from the left: the longest of at most w bits that
@@ -350,7 +350,7 @@ QAL_API qald *qalunitymont(int32_t k, const qald *p, qald *x);
  * @param[out] len  bits that were taken.
  * @return the window's value, which is odd, or 0 for a run of zero bits.
  */
-QAL_API uint64_t qalgetslide(const qald *e, uint64_t i, int64_t w, int64_t *len);
+QAL_API QAL_API_NONNULL() uint64_t qalgetslide(const qald *e, uint64_t i, int64_t w, int64_t *len);
 
 /**
  * Window i of an exponent cut into windows of n bits: bits i n to i n + n - 1.
@@ -363,7 +363,7 @@ QAL_API uint64_t qalgetslide(const qald *e, uint64_t i, int64_t w, int64_t *len)
  *
  * Fails: "n<(sizeof(qald)*8)".
  */
-QAL_API uint64_t qalgetwin(const qald *e, uint64_t i, uint64_t n);
+QAL_API QAL_API_NONNULL() uint64_t qalgetwin(const qald *e, uint64_t i, uint64_t n);
 
 /**
  * The first half of qalpowmod(), which depends on base and modulus alone: the odd powers of x.
@@ -376,7 +376,7 @@ QAL_API uint64_t qalgetwin(const qald *e, uint64_t i, uint64_t n);
  *
  * Fails: as qalmulmont() and qaldiv() do.
  */
-QAL_API qald *qalpowmodstart(qald *work, const qald *x, const qald *p);
+QAL_API QAL_API_NONNULL() qald *qalpowmodstart(qald *work, const qald *x, const qald *p);
 
 /**
  * The second half of qalpowmod(): r = x^e mod p.
@@ -387,7 +387,7 @@ QAL_API qald *qalpowmodstart(qald *work, const qald *x, const qald *p);
  * @param[out] r     room for the digits of p; must not overlap e, p or work.
  * @return r.
  */
-QAL_API qald *qalpowmodstop(qald *work, const qald *e, const qald *p, qald *r);
+QAL_API QAL_API_NONNULL() qald *qalpowmodstop(qald *work, const qald *e, const qald *p, qald *r);
 
 /**
  * r = x^e mod p.
@@ -400,7 +400,8 @@ QAL_API qald *qalpowmodstop(qald *work, const qald *e, const qald *p, qald *r);
  *
  * Fails: as qalmulmont() and qaldiv() do.
  */
-QAL_API qald *qalpowmod(qald *work, const qald *x, const qald *e, const qald *p, qald *r);
+QAL_API QAL_API_NONNULL() qald *qalpowmod(qald *work, const qald *x, const qald *e, const qald *p,
+                                          qald *r);
 
 /**
  * The first half of qalpowmont(): the odd powers of x.
@@ -410,7 +411,8 @@ QAL_API qald *qalpowmod(qald *work, const qald *x, const qald *e, const qald *p,
  * @param[in]  x      base in Montgomery form.
  * @return work.
  */
-QAL_API qald *qalpowmontstart(qald *work, uint64_t c, uint32_t k, const qald *p, const qald *x);
+QAL_API QAL_API_NONNULL() qald *qalpowmontstart(qald *work, uint64_t c, uint32_t k, const qald *p,
+                                                const qald *x);
 
 /**
  * The second half of qalpowmont(): r = x^e in Montgomery form.
@@ -422,8 +424,8 @@ QAL_API qald *qalpowmontstart(qald *work, uint64_t c, uint32_t k, const qald *p,
  * @param[out] r      room for the digits of p; must not overlap e, p or work.
  * @return r.
  */
-QAL_API qald *qalpowmontstop(qald *work, const qald *one, uint64_t c, uint32_t k, const qald *p,
-                             const qald *e, qald *r);
+QAL_API QAL_API_NONNULL() qald *qalpowmontstop(qald *work, const qald *one, uint64_t c, uint32_t k,
+                                               const qald *p, const qald *e, qald *r);
 
 /**
  * r = x^e, in Montgomery form.
@@ -436,8 +438,8 @@ QAL_API qald *qalpowmontstop(qald *work, const qald *one, uint64_t c, uint32_t k
  * @param[out] r      room for the digits of p; may be x, must not overlap e, p or work.
  * @return 0.
  */
-QAL_API int qalpowmont(qald *work, const qald *one, uint64_t c, uint32_t k, const qald *p,
-                       const qald *x, const qald *e, qald *r);
+QAL_API QAL_API_NONNULL() int qalpowmont(qald *work, const qald *one, uint64_t c, uint32_t k,
+                                         const qald *p, const qald *x, const qald *e, qald *r);
 
 /**
  * The odd powers of x, side by side: a smaller table than that of qalpowmontstart().
@@ -469,8 +471,9 @@ QAL_API qald *qalmontic(qald *powers, uint32_t w, uint64_t c, uint32_t k, const 
  * @param[out] r        room for the digits of p; must not overlap powers, e or p.
  * @return r.
  */
-QAL_API qald *qalicpowmont(const qald *powers, uint32_t w, uint32_t maxbits, const qald *one,
-                           uint64_t c, uint32_t k, const qald *p, const qald *e, qald *r);
+QAL_API QAL_API_NONNULL() qald *qalicpowmont(const qald *powers, uint32_t w, uint32_t maxbits,
+                                             const qald *one, uint64_t c, uint32_t k, const qald *p,
+                                             const qald *e, qald *r);
 
 /**
  * Miller and Rabin's test of primality, with bases that are drawn afresh in each call and are not
@@ -480,7 +483,7 @@ QAL_API qald *qalicpowmont(const qald *powers, uint32_t w, uint32_t maxbits, con
  * @param[in] rounds  bases to try; with none, every odd number passes.
  * @return 1 if n is 2 or probably prime, 0 if it is composite or zero.
  */
-QAL_API int qalrmt(const qald *n, uint32_t rounds);
+QAL_API QAL_API_NONNULL() int qalrmt(const qald *n, uint32_t rounds);
 
 /**
  * x = the number of big-endian bytes.
@@ -490,7 +493,7 @@ QAL_API int qalrmt(const qald *n, uint32_t rounds);
  * @param[in]  n  their number; of more than 1040, which fill a buffer, the first 1040 are read.
  * @return x.
  */
-QAL_API qald *qalfrombase256(qald *x, const uint8_t *b, uint32_t n);
+QAL_API QAL_API_NONNULL(1) qald *qalfrombase256(qald *x, const uint8_t *b, uint32_t n);
 
 /**
  * The big-endian bytes of x, without leading zeros; of zero there are none.
@@ -500,7 +503,7 @@ QAL_API qald *qalfrombase256(qald *x, const uint8_t *b, uint32_t n);
  * @param[in]  x     number; qalbitlen(x, 8) bytes hold it.
  * @return the number of bytes written.
  */
-QAL_API uint32_t qaltobase256(uint8_t *b, uint32_t size, const qald *x);
+QAL_API QAL_API_NONNULL(3) uint32_t qaltobase256(uint8_t *b, uint32_t size, const qald *x);
 
 /**
  * x = the number of little-endian bytes.
@@ -510,7 +513,7 @@ QAL_API uint32_t qaltobase256(uint8_t *b, uint32_t size, const qald *x);
  * @param[in]  n  their number; of more than 1040, which fill a buffer, the first 1040 are read.
  * @return x.
  */
-QAL_API qald *qalfromrbase256(qald *x, const uint8_t *b, uint32_t n);
+QAL_API QAL_API_NONNULL(1) qald *qalfromrbase256(qald *x, const uint8_t *b, uint32_t n);
 
 /**
  * The little-endian bytes of x, without zeros at the end; of zero there are none.
@@ -520,19 +523,21 @@ QAL_API qald *qalfromrbase256(qald *x, const uint8_t *b, uint32_t n);
  * @param[in]  x     number; qalbitlen(x, 8) bytes hold it.
  * @return the number of bytes written.
  */
-QAL_API uint32_t qaltorbase256(uint8_t *b, uint32_t size, const qald *x);
+QAL_API QAL_API_NONNULL(3) uint32_t qaltorbase256(uint8_t *b, uint32_t size, const qald *x);
 
 /** qalfrombase256(x, base + off, n). */
-QAL_API qald *qalgetbe(qald *x, const uint8_t *base, uint64_t off, uint32_t n);
+QAL_API QAL_API_NONNULL(1) qald *qalgetbe(qald *x, const uint8_t *base, uint64_t off, uint32_t n);
 
 /** qaltobase256(base + off, size, x). */
-QAL_API uint32_t qalputbe(uint8_t *base, uint64_t off, uint32_t size, const qald *x);
+QAL_API QAL_API_NONNULL(4) uint32_t
+    qalputbe(uint8_t *base, uint64_t off, uint32_t size, const qald *x);
 
 /** qalfromrbase256(x, base + off, n). */
-QAL_API qald *qalgetle(qald *x, const uint8_t *base, uint64_t off, uint32_t n);
+QAL_API QAL_API_NONNULL(1) qald *qalgetle(qald *x, const uint8_t *base, uint64_t off, uint32_t n);
 
 /** qaltorbase256(base + off, size, x). */
-QAL_API uint32_t qalputle(uint8_t *base, uint64_t off, uint32_t size, const qald *x);
+QAL_API QAL_API_NONNULL(4) uint32_t
+    qalputle(uint8_t *base, uint64_t off, uint32_t size, const qald *x);
 
 /**
  * Hexadecimal text: upper case, most significant digit first, no leading zeros, "0" for zero.

@@ -24,6 +24,11 @@
 extern "C" {
 #endif
 
+/** Bytes of the digests and of a block. */
+#define STREEBOG512_SIZE 64
+#define STREEBOG256_SIZE 32
+#define STREEBOG_BLOCK_SIZE 64
+
 /** A hash computation. Plain data: it may be copied to go on in two ways from a common prefix. */
 typedef struct {
     uint64_t N[8];      /**< message bits processed so far, modulo 2^512 */
@@ -55,7 +60,7 @@ QAL_API extern const uint8_t streebog_zero[64];
  * @param[out] ctx  record.
  * @return ctx.
  */
-QAL_API streebog_ctx *streebog512_init(streebog_ctx *ctx);
+QAL_API QAL_API_NONNULL() streebog_ctx *streebog512_init(streebog_ctx *ctx);
 
 /**
  * Begin a 256-bit hash: the record becomes zero, its state #streebog256iv.
@@ -63,7 +68,7 @@ QAL_API streebog_ctx *streebog512_init(streebog_ctx *ctx);
  * @param[out] ctx  record.
  * @return ctx.
  */
-QAL_API streebog_ctx *streebog256_init(streebog_ctx *ctx);
+QAL_API QAL_API_NONNULL() streebog_ctx *streebog256_init(streebog_ctx *ctx);
 
 /**
  * Absorb a piece of the message. Pieces of any lengths give the hash of their concatenation.
@@ -93,7 +98,7 @@ QAL_API void streebog256_update(streebog_ctx *ctx, const uint8_t *data, size_t l
  * @param[out]    out  64 bytes, least significant first.
  * @param[in,out] ctx  record; spent afterwards.
  */
-QAL_API void streebog512_final(uint8_t *out, streebog_ctx *ctx);
+QAL_API QAL_API_NONNULL() void streebog512_final(uint8_t *out, streebog_ctx *ctx);
 
 /**
  * Finish a 256-bit hash: the more significant half of the 512-bit state.
@@ -101,7 +106,7 @@ QAL_API void streebog512_final(uint8_t *out, streebog_ctx *ctx);
  * @param[out]    out  32 bytes, least significant first.
  * @param[in,out] ctx  record begun with streebog256_init(); spent afterwards.
  */
-QAL_API void streebog256_final(uint8_t *out, streebog_ctx *ctx);
+QAL_API QAL_API_NONNULL() void streebog256_final(uint8_t *out, streebog_ctx *ctx);
 
 /**
  * Compress whole blocks straight from the input, leaving the buffer alone.
@@ -110,7 +115,8 @@ QAL_API void streebog256_final(uint8_t *out, streebog_ctx *ctx);
  * @param[in]     data  blocks of 64 bytes.
  * @param[in]     len   bytes; a remainder below 64 is ignored.
  */
-QAL_API void streebog512_update_blocks(streebog_ctx *ctx, const uint8_t *data, size_t len);
+QAL_API QAL_API_NONNULL(1) void streebog512_update_blocks(streebog_ctx *ctx, const uint8_t *data,
+                                                          size_t len);
 
 /**
  * Compress one block: h = g_N(h, block), N += bits, sigma += block.
@@ -119,7 +125,8 @@ QAL_API void streebog512_update_blocks(streebog_ctx *ctx, const uint8_t *data, s
  * @param[in]     block  64 bytes.
  * @param[in]     bits   bits of the message in this block, added to N.
  */
-QAL_API void streebog_update_block(streebog_ctx *ctx, const uint8_t *block, uint64_t bits);
+QAL_API QAL_API_NONNULL() void streebog_update_block(streebog_ctx *ctx, const uint8_t *block,
+                                                     uint64_t bits);
 
 /**
  * The compression function g_N(h, m) = E(LPS(h ^ N), m) ^ h ^ m.
@@ -128,7 +135,7 @@ QAL_API void streebog_update_block(streebog_ctx *ctx, const uint8_t *block, uint
  * @param[in]     m  64 bytes of message; may be h.
  * @param[in]     N  64 bytes, the count of bits before m; may be h or m.
  */
-QAL_API void streebog_gN(uint8_t *h, const uint8_t *m, const uint8_t *N);
+QAL_API QAL_API_NONNULL() void streebog_gN(uint8_t *h, const uint8_t *m, const uint8_t *N);
 
 /**
  * out = LPS(a ^ b): substitution, transposition and linear map of a sum.
@@ -137,7 +144,7 @@ QAL_API void streebog_gN(uint8_t *h, const uint8_t *m, const uint8_t *N);
  * @param[in]  a    64 bytes.
  * @param[in]  b    64 bytes; may be a.
  */
-QAL_API void streebog_lpsx64(uint8_t *out, const uint8_t *a, const uint8_t *b);
+QAL_API QAL_API_NONNULL() void streebog_lpsx64(uint8_t *out, const uint8_t *a, const uint8_t *b);
 
 /**
  * Write a 512-bit number as bytes.
@@ -145,7 +152,7 @@ QAL_API void streebog_lpsx64(uint8_t *out, const uint8_t *a, const uint8_t *b);
  * @param[out] out    64 bytes, least significant first; may be the same memory as words.
  * @param[in]  words  8 words, least significant first.
  */
-QAL_API void streebog_put_block(uint8_t *out, const uint64_t *words);
+QAL_API QAL_API_NONNULL() void streebog_put_block(uint8_t *out, const uint64_t *words);
 
 /**
  * N = (N + v) mod 2^512.
@@ -153,7 +160,7 @@ QAL_API void streebog_put_block(uint8_t *out, const uint64_t *words);
  * @param[in,out] N  8 words, least significant first.
  * @param[in]     v  any value.
  */
-QAL_API void streebog_add(uint64_t *N, uint64_t v);
+QAL_API QAL_API_NONNULL() void streebog_add(uint64_t *N, uint64_t v);
 
 /**
  * sigma = (sigma + block) mod 2^512.
@@ -161,7 +168,7 @@ QAL_API void streebog_add(uint64_t *N, uint64_t v);
  * @param[in,out] sigma  8 words, least significant first.
  * @param[in]     block  64 bytes, least significant first; may be the same memory as sigma.
  */
-QAL_API void streebog_add512(uint64_t *sigma, const uint8_t *block);
+QAL_API QAL_API_NONNULL() void streebog_add512(uint64_t *sigma, const uint8_t *block);
 
 #ifdef __cplusplus
 }

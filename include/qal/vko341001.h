@@ -22,6 +22,10 @@
 extern "C" {
 #endif
 
+/** Bytes of the key encryption key and of the user keying material. */
+#define VKO341001_KEK_SIZE 32
+#define VKO341001_UKM_SIZE 8
+
 /**
  * Set up a context: rds_init() by another name.
  *
@@ -29,8 +33,9 @@ extern "C" {
  * @param[in]  p,a,b,q,x,y    32 bytes each.
  * @return as rds_init().
  */
-QAL_API int vko341001_init(rds_ctx *ctx, const uint8_t *p, const uint8_t *a, const uint8_t *b,
-                           const uint8_t *q, const uint8_t *x, const uint8_t *y);
+QAL_API QAL_API_RESULT int vko341001_init(rds_ctx *ctx, const uint8_t *p, const uint8_t *a,
+                                          const uint8_t *b, const uint8_t *q, const uint8_t *x,
+                                          const uint8_t *y);
 
 /**
  * The public key of a private key, as rds_gen_keys() gives it.
@@ -38,9 +43,10 @@ QAL_API int vko341001_init(rds_ctx *ctx, const uint8_t *p, const uint8_t *a, con
  * @param[in]  ctx      context.
  * @param[in]  privkey  32 bytes, 1..q - 1.
  * @param[out] pubkey   64 bytes.
- * @return 0; 6; 7.
+ * @return #RDS_OK, #RDS_BAD_PRIVATE_KEY or #RDS_NULL_POINTER.
  */
-QAL_API int vko341001_gen_pubkey(const rds_ctx *ctx, const uint8_t *privkey, uint8_t *pubkey);
+QAL_API QAL_API_RESULT int vko341001_gen_pubkey(const rds_ctx *ctx, const uint8_t *privkey,
+                                                uint8_t *pubkey);
 
 /**
  * Agree on a key encryption key. The shared point is not multiplied by a cofactor, and may be
@@ -50,15 +56,17 @@ QAL_API int vko341001_gen_pubkey(const rds_ctx *ctx, const uint8_t *privkey, uin
  * must be checked before: it is not (0, 0), and q times it (qaleckp()) is infinity.
  *
  * @param[in]  ctx          context, not checked for null.
- * @param[out] kek          32 bytes; written only if the code is 0.
+ * @param[out] kek          32 bytes; written only if the code is #RDS_OK.
  * @param[in]  privkey      32 bytes, 1..p - 1: the bound is the modulus, not the order.
  * @param[in]  peer_pubkey  64 bytes; (0, 0) stands for infinity.
- * @param[in]  ukm          user keying material: a number of 8 bytes, most significant first, not
- * 0.
- * @return 0; 5, 6 or 9, in this order of tests; 7 before all others.
+ * @param[in]  ukm          user keying material: a number of 8 bytes, most significant first,
+ *                          not 0.
+ * @return #RDS_OK, or the first that applies of #RDS_NULL_POINTER, #RDS_BAD_PUBLIC_KEY,
+ *         #RDS_BAD_PRIVATE_KEY and #RDS_BAD_KEYING_MATERIAL.
  */
-QAL_API int vko341001_gen_kek(const rds_ctx *ctx, uint8_t *kek, const uint8_t *privkey,
-                              const uint8_t *peer_pubkey, const uint8_t *ukm);
+QAL_API QAL_API_RESULT int vko341001_gen_kek(const rds_ctx *ctx, uint8_t *kek,
+                                             const uint8_t *privkey, const uint8_t *peer_pubkey,
+                                             const uint8_t *ukm);
 
 #ifdef __cplusplus
 }

@@ -4,7 +4,6 @@
 #include "base/wipe.hpp"
 #include "qalec/copy_point.hpp"
 #include "qalec/scalars256.hpp"
-#include "qalec/status.hpp"
 
 #include <string.h>
 
@@ -40,7 +39,7 @@ int rds_init(rds_ctx *ctx, const uint8_t *p, const uint8_t *a, const uint8_t *b,
 {
     if (ctx == nullptr || p == nullptr || a == nullptr || b == nullptr || q == nullptr ||
         x == nullptr || y == nullptr)
-        return null_pointer;
+        return RDS_NULL_POINTER;
     memset(ctx, 0, sizeof *ctx);
 
     qald first[1 + digits256], second[1 + digits256], third[1 + digits256];
@@ -50,25 +49,25 @@ int rds_init(rds_ctx *ctx, const uint8_t *p, const uint8_t *a, const uint8_t *b,
     if (qalbitlen(first, 1) < 255 || first[1] % 2 == 0 || second[0] == 0 ||
         !is_below(second, first) || third[0] == 0 || !is_below(third, first) ||
         qaleccr(&ctx->curve, first, second, third) == nullptr)
-        return bad_curve;
+        return RDS_BAD_CURVE;
 
     qalfrombase256(second, x, bytes256);
     qalfrombase256(third, y, bytes256);
     if (!is_below(second, first) || !is_below(third, first) ||
         qalecpcr(&ctx->curve, &ctx->G, second, third) == nullptr)
-        return bad_base_point;
+        return RDS_BAD_BASE_POINT;
 
     qalfrombase256(ctx->q, q, bytes256);
     qald next[1 + digits256 + 1];
     if (qalbitlen(qaladd(qalcopy(next, ctx->q), QALBIG_ONE), 1) <= 254)
-        return bad_order;
+        return RDS_BAD_ORDER;
 
     ctx->pubkey_len = 2 * bytes256;
     ctx->privkey_len = bytes256;
     ctx->sig_len = 2 * bytes256;
     ctx->w = 5;
     qalecic(&ctx->curve, ctx->table, &ctx->G, ctx->w);
-    return ok;
+    return RDS_OK;
 }
 
 int rds_get_prms(const rds_ctx *ctx, uint8_t *p, uint8_t *a, uint8_t *b, uint8_t *q, uint8_t *x,
@@ -76,7 +75,7 @@ int rds_get_prms(const rds_ctx *ctx, uint8_t *p, uint8_t *a, uint8_t *b, uint8_t
 {
     if (ctx == nullptr || p == nullptr || a == nullptr || b == nullptr || q == nullptr ||
         x == nullptr || y == nullptr)
-        return null_pointer;
+        return RDS_NULL_POINTER;
     const qalpff *const f = &ctx->curve.field;
     qalfe u, v;
     store_number(p, f->p);
@@ -87,7 +86,7 @@ int rds_get_prms(const rds_ctx *ctx, uint8_t *p, uint8_t *a, uint8_t *b, uint8_t
     qalecpxy(&ctx->curve, copy_point(&point, &ctx->G), u, v);
     store_number(x, u);
     store_number(y, v);
-    return ok;
+    return RDS_OK;
 }
 
 namespace {
@@ -97,13 +96,13 @@ namespace {
     const Scalar d = load_scalar(privkey);
     // The code says so.
     if (!declassified(is_in_range(d, scalar_of(ctx->q))))
-        return bad_secret;
+        return RDS_BAD_SECRET;
     const Curve256 curve = curve_of(ctx);
     uint64_t xy[2 * digits256];
     curve256_multiply_base(&curve, ctx->table, d.d, xy);
     store_digits(pubkey, xy);
     store_digits(pubkey + bytes256, xy + digits256);
-    return ok;
+    return RDS_OK;
 }
 
 [[gnu::noinline]] int sign(const rds_ctx *ctx, const uint8_t *privkey, const uint8_t *nonce,
@@ -113,10 +112,10 @@ namespace {
     // nothing.
     const Scalar q = scalar_of(ctx->q), d = load_scalar(privkey), k = load_scalar(nonce);
     if (!declassified(is_in_range(d, q)))
-        return bad_private_key;
+        return RDS_BAD_PRIVATE_KEY;
     const Scalar e = load_digest(digest, q);
     if (!declassified(is_in_range(k, q)))
-        return bad_secret;
+        return RDS_BAD_SECRET;
     const Curve256 curve = curve_of(ctx);
     uint64_t C[2 * digits256];
     curve256_multiply_base(&curve, ctx->table, k.d, C);
@@ -124,10 +123,10 @@ namespace {
     reduce(r, q);
     const Scalar s = sum_of_products(q, r, d, e, k);
     if (declassified(is_zero(r)) || declassified(is_zero(s)))
-        return bad_secret;
+        return RDS_BAD_SECRET;
     store_digits(sig, s.d);
     store_digits(sig + bytes256, r.d);
-    return ok;
+    return RDS_OK;
 }
 
 } // namespace
@@ -135,7 +134,7 @@ namespace {
 int rds_gen_keys(const rds_ctx *ctx, const uint8_t *privkey, uint8_t *pubkey)
 {
     if (ctx == nullptr || privkey == nullptr || pubkey == nullptr)
-        return null_pointer;
+        return RDS_NULL_POINTER;
     const int code = gen_keys(ctx, privkey, pubkey);
     qal::base::wipe_stack<stack256>();
     return code;
@@ -145,7 +144,7 @@ int rds_sign(const rds_ctx *ctx, const uint8_t *privkey, const uint8_t *k, const
              uint8_t *sig)
 {
     if (ctx == nullptr || privkey == nullptr || k == nullptr || digest == nullptr || sig == nullptr)
-        return null_pointer;
+        return RDS_NULL_POINTER;
     const int code = sign(ctx, privkey, k, digest, sig);
     qal::base::wipe_stack<stack256>();
     return code;
@@ -154,20 +153,20 @@ int rds_sign(const rds_ctx *ctx, const uint8_t *privkey, const uint8_t *k, const
 int rds_verify(const rds_ctx *ctx, const uint8_t *pubkey, const uint8_t *digest, const uint8_t *sig)
 {
     if (ctx == nullptr || pubkey == nullptr || digest == nullptr || sig == nullptr)
-        return null_pointer;
+        return RDS_NULL_POINTER;
     const Curve256 curve = curve_of(ctx);
     const Scalar q = scalar_of(ctx->q), zero = {};
     uint64_t G[2 * digits256], Q[2 * digits256];
     if (!load_point(Q, curve, pubkey))
-        return bad_public_key;
+        return RDS_BAD_PUBLIC_KEY;
     const Scalar s = load_scalar(sig), r = load_scalar(sig + bytes256);
     if (!is_in_range(r, q) || !is_in_range(s, q))
-        return bad_signature;
+        return RDS_BAD_SIGNATURE;
 
     const Scalar v = inverse(q, load_digest(digest, q));
     const Scalar z1 = sum_of_products(q, s, v, zero, zero);
     Scalar z2 = sum_of_products(q, r, v, zero, zero);
     subtract(z2, q, z2);
     base_point(G, ctx);
-    return curve256_matches(&curve, G, Q, z1.d, z2.d, q.d, r.d) ? ok : bad_signature;
+    return curve256_matches(&curve, G, Q, z1.d, z2.d, q.d, r.d) ? RDS_OK : RDS_BAD_SIGNATURE;
 }

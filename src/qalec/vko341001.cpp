@@ -6,7 +6,6 @@
 #include "base/secrecy.hpp"
 #include "base/wipe.hpp"
 #include "qalec/scalars256.hpp"
-#include "qalec/status.hpp"
 
 using namespace qal::ec;
 
@@ -42,14 +41,14 @@ void store_left_aligned(uint8_t *out, const uint64_t *coordinate)
     const Scalar d = load_scalar(privkey);
     // The code says so.
     if (!qal::base::declassified(is_in_range(d, scalar_of(ctx->q))))
-        return bad_private_key;
+        return RDS_BAD_PRIVATE_KEY;
     const Curve256 curve = curve_of(ctx);
     uint64_t G[2 * digits256], Q[2 * digits256];
     base_point(G, ctx);
     curve256_multiply(&curve, G, d.d, Q);
     store_digits(pubkey, Q);
     store_digits(pubkey + bytes256, Q + digits256);
-    return ok;
+    return RDS_OK;
 }
 
 [[gnu::noinline]] int gen_kek(const rds_ctx *ctx, uint8_t *kek, const uint8_t *privkey,
@@ -59,12 +58,12 @@ void store_left_aligned(uint8_t *out, const uint64_t *coordinate)
     const Scalar p = scalar_of(ctx->curve.field.p), q = scalar_of(ctx->q), zero = {};
     uint64_t P[2 * digits256];
     if (!load_point(P, curve, peer_pubkey))
-        return bad_public_key;
+        return RDS_BAD_PUBLIC_KEY;
     const Scalar d = load_scalar(privkey), u = {{qal::base::load_be64(ukm), 0, 0, 0}};
     if (!qal::base::declassified(is_in_range(d, p))) // the code says so
-        return bad_private_key;
+        return RDS_BAD_PRIVATE_KEY;
     if (!is_in_range(u, q))
-        return bad_keying_material;
+        return RDS_BAD_KEYING_MATERIAL;
 
     const Scalar t = sum_of_products(q, d, u, zero, zero);
     uint64_t K[2 * digits256];
@@ -76,7 +75,7 @@ void store_left_aligned(uint8_t *out, const uint64_t *coordinate)
     gr341194_md_init_ext(&hash, CryptoPro_iv, CryptoPro_uz);
     gr341194_md_update(&hash, coordinates, sizeof coordinates);
     gr341194_md_final(&hash, kek);
-    return ok;
+    return RDS_OK;
 }
 
 } // namespace
@@ -90,7 +89,7 @@ int vko341001_init(rds_ctx *ctx, const uint8_t *p, const uint8_t *a, const uint8
 int vko341001_gen_pubkey(const rds_ctx *ctx, const uint8_t *privkey, uint8_t *pubkey)
 {
     if (ctx == nullptr || privkey == nullptr || pubkey == nullptr)
-        return null_pointer;
+        return RDS_NULL_POINTER;
     const int code = gen_pubkey(ctx, privkey, pubkey);
     qal::base::wipe_stack<stack256>();
     return code;
@@ -100,7 +99,7 @@ int vko341001_gen_kek(const rds_ctx *ctx, uint8_t *kek, const uint8_t *privkey,
                       const uint8_t *peer_pubkey, const uint8_t *ukm)
 {
     if (privkey == nullptr || peer_pubkey == nullptr || ukm == nullptr || kek == nullptr)
-        return null_pointer;
+        return RDS_NULL_POINTER;
     const int code = gen_kek(ctx, kek, privkey, peer_pubkey, ukm);
     qal::base::wipe_stack<stack256>();
     return code;

@@ -16,12 +16,12 @@ int shared_secret(const dstu_ctx &ctx, int32_t priv_len, const uint8_t *priv, in
     const qale2curve &curve = ctx.curve;
     qale2point Q;
     if (!read_point(curve, &Q, pub, pub_len))
-        return status_public_key;
+        return DSTU_BAD_PUBLIC_KEY;
     qald d[QALBIG_SIZE];
     if (!read_private_key(ctx, d, priv, priv_len))
-        return status_private_key;
+        return DSTU_BAD_PRIVATE_KEY;
     if (cofactor != 0 && ctx.cofactor != 2 && ctx.cofactor != 4)
-        return status_curve;
+        return DSTU_BAD_CURVE;
     const unsigned doublings = cofactor == 0 ? 0 : ctx.cofactor == 4 ? 2 : 1;
     const Engine &engine = *engine_of_field(curve.mod_m, curve.mod_a, curve.mod_b, curve.mod_c);
     qal2p x;
@@ -29,7 +29,7 @@ int shared_secret(const dstu_ctx &ctx, int32_t priv_len, const uint8_t *priv, in
                              doublings);
     *out_len = field_bytes(curve);
     qal2ptob(out, x, *out_len);
-    return status_good;
+    return DSTU_OK;
 }
 
 } // namespace
@@ -38,9 +38,9 @@ int dhua_zz(const dstu_ctx *ctx, int32_t priv_len, const uint8_t *priv, int32_t 
             const uint8_t *pub, int cofactor, int32_t *out_len, uint8_t *out)
 {
     if (ctx == nullptr || priv == nullptr || pub == nullptr || out_len == nullptr || out == nullptr)
-        return status_argument;
+        return DSTU_BAD_ARGUMENT;
     if (priv_len < 1 || priv_len < ctx->key_len || pub_len < 1 || pub_len < ctx->field_len)
-        return status_argument;
+        return DSTU_BAD_ARGUMENT;
     return run_on_wiped_stack<engine_stack>(
         [=] { return shared_secret(*ctx, priv_len, priv, pub_len, pub, cofactor, out_len, out); });
 }

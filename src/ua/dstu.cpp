@@ -344,7 +344,7 @@ int sign_hash(const dstu_ctx &ctx, dstu_bspool &pool, int32_t priv_len, const ui
 {
     Number d;
     if (!read_private_key(ctx, d, priv, priv_len))
-        return status_private_key;
+        return DSTU_BAD_PRIVATE_KEY;
     qal2p h, point, x;
     read_hash(ctx, h, hash_bits, hash);
     qal2pclear(x, degree_of(ctx));
@@ -369,7 +369,7 @@ int sign_hash(const dstu_ctx &ctx, dstu_bspool &pool, int32_t priv_len, const ui
     qaltorbase256(sig, static_cast<uint32_t>(half), r);
     qaltorbase256(sig + half, static_cast<uint32_t>(half), s);
     *sig_len = size;
-    return status_good;
+    return DSTU_OK;
 }
 
 } // namespace
@@ -382,50 +382,50 @@ int dstu_init_curve(dstu_ctx *ctx, uint32_t m, uint32_t mod_a, uint32_t mod_b, u
     QAL_REQUIRE((431 + 7) / 8 >= (uint64_t{m} + 1 + 7) / 8, "((431+7)/8) >= (((((mod_m)+1)+7)/8))");
     const auto field_len = static_cast<int32_t>((m + 8) / 8);
     if (ctx == nullptr || b == nullptr || b_len > field_len)
-        return status_curve;
+        return DSTU_BAD_CURVE;
     memset(ctx, 0, sizeof *ctx);
     uint8_t coefficient[longest_field] = {};
     if (b_len > 0)
         memcpy(coefficient, b, static_cast<size_t>(b_len));
     if (qale2cr(&ctx->curve, m, mod_a, mod_b, mod_c, a, coefficient) == nullptr)
-        return status_curve;
+        return DSTU_BAD_CURVE;
     ctx->field_len = field_len;
-    return status_good;
+    return DSTU_OK;
 }
 
 int dstu_init_pgen(dstu_ctx *ctx, int32_t G_len, const uint8_t *G, int32_t n_len, const uint8_t *n)
 {
     if (ctx == nullptr || G == nullptr || n == nullptr)
-        return status_argument;
+        return DSTU_BAD_ARGUMENT;
     const int32_t most = field_bytes(ctx->curve);
     if (G_len < 1 || G_len > most || n_len < 1 || n_len > most)
-        return status_base_point;
+        return DSTU_BAD_BASE_POINT;
     if (!read_point(ctx->curve, &ctx->G, G, G_len) || qale2p_is_inf(&ctx->curve, &ctx->G))
-        return status_base_point;
+        return DSTU_BAD_BASE_POINT;
     qalfromrbase256(ctx->n, n, static_cast<uint32_t>(n_len));
     const uint64_t bits = order_bits(*ctx), m = ctx->curve.mod_m;
     if (bits > m || bits < m - 2 || bits < least_order_bits)
-        return status_base_point;
+        return DSTU_BAD_BASE_POINT;
     ctx->ws = static_cast<int32_t>(regular_window);
     qale2ic(&ctx->curve, ctx->powers, &ctx->G, ctx->ws);
     qale2point multiple;
     qale2kpic(&ctx->curve, &multiple, ctx->n, ctx->powers, ctx->ws);
     if (!qale2p_is_inf(&ctx->curve, &multiple))
-        return status_base_point;
+        return DSTU_BAD_BASE_POINT;
     ctx->key_len = static_cast<int32_t>((bits + 6) / 8);
     ctx->sig_len = static_cast<int32_t>((bits + 7) / 4) & ~1;
-    return status_good;
+    return DSTU_OK;
 }
 
 int dstu_bspool_init(dstu_bspool *pool, const dstu_ctx *ctx, qal_rnd rnd)
 {
     if (pool == nullptr || ctx == nullptr || rnd == nullptr)
-        return status_argument;
+        return DSTU_BAD_ARGUMENT;
     pool->ctx = ctx;
     pool->rnd = rnd;
     pool->ready = 0;
     pool->started = 0;
-    return status_good;
+    return DSTU_OK;
 }
 
 int dstu_bspool_step(dstu_bspool *pool)
@@ -456,7 +456,7 @@ int dstu_bspool_get(dstu_bspool *pool, qald *e, qal2d *cp)
     wipe(&slot.kp.Q, sizeof slot.kp.Q);
     pool->ready &= ~(1U << i);
     pool->started &= ~(1U << i);
-    return status_good;
+    return DSTU_OK;
 }
 
 int dstu_gen_keys(const dstu_ctx *ctx, dstu_bspool *pool, int32_t *priv_len, uint8_t *priv,
@@ -464,31 +464,31 @@ int dstu_gen_keys(const dstu_ctx *ctx, dstu_bspool *pool, int32_t *priv_len, uin
 {
     if (ctx == nullptr || pool == nullptr || priv_len == nullptr || priv == nullptr ||
         pub_len == nullptr || pub == nullptr)
-        return status_argument;
+        return DSTU_BAD_ARGUMENT;
     if (*priv_len < ctx->key_len || *pub_len < ctx->field_len)
-        return status_argument;
+        return DSTU_BAD_ARGUMENT;
     run_on_wiped_stack<keys_stack>([=] { generate(*ctx, *pool, *priv_len, priv, *pub_len, pub); });
-    return status_good;
+    return DSTU_OK;
 }
 
 int dstu_ucpubk(const dstu_ctx *ctx, uint8_t *out, const uint8_t *key, int32_t key_len)
 {
     qale2point Q;
     if (!read_point(ctx->curve, &Q, key, key_len))
-        return status_public_key;
+        return DSTU_BAD_PUBLIC_KEY;
     const int32_t size = ctx->field_len;
     memset(out, 0, 2 * static_cast<size_t>(size));
     if (!qale2p_is_inf(&ctx->curve, &Q)) {
         qal2ptob(out, Q.X, size);
         qal2ptob(out + size, Q.Y, size);
     }
-    return status_good;
+    return DSTU_OK;
 }
 
 int dstu_cppubk(const dstu_ctx *ctx, uint8_t *out, int32_t *out_len, const uint8_t *in)
 {
     if (out_len == nullptr || *out_len < ctx->field_len)
-        return status_argument;
+        return DSTU_BAD_ARGUMENT;
     const int32_t size = ctx->field_len, degree = degree_of(*ctx);
     qal2p x, y;
     qal2pfromb(qal2pclear(x, degree), in, size);
@@ -496,10 +496,10 @@ int dstu_cppubk(const dstu_ctx *ctx, uint8_t *out, int32_t *out_len, const uint8
     qale2point Q;
     if (qal2p_deg(x) >= degree || qal2p_deg(y) >= degree ||
         qale2pcr(&ctx->curve, &Q, x, y) == nullptr)
-        return status_public_key;
+        return DSTU_BAD_PUBLIC_KEY;
     *out_len = field_bytes(ctx->curve);
     qal2ptob(out, qale2comp(&ctx->curve, x, &Q), *out_len);
-    return status_good;
+    return DSTU_OK;
 }
 
 int dstu_sign(const dstu_ctx *ctx, dstu_bspool *pool, int32_t priv_len, const uint8_t *priv,
@@ -507,9 +507,9 @@ int dstu_sign(const dstu_ctx *ctx, dstu_bspool *pool, int32_t priv_len, const ui
 {
     if (ctx == nullptr || pool == nullptr || priv == nullptr || hash == nullptr ||
         sig_len == nullptr || sig == nullptr)
-        return status_argument;
+        return DSTU_BAD_ARGUMENT;
     if (priv_len < 1 || priv_len > ctx->key_len || *sig_len < ctx->sig_len || hash_bits < 1)
-        return status_argument;
+        return DSTU_BAD_ARGUMENT;
     return run_on_wiped_stack<signing_stack>(
         [=] { return sign_hash(*ctx, *pool, priv_len, priv, hash_bits, hash, sig_len, sig); });
 }
@@ -518,29 +518,29 @@ int dstu_verify(const dstu_ctx *ctx, int32_t pub_len, const uint8_t *pub, int32_
                 const uint8_t *hash, int32_t sig_len, const uint8_t *sig)
 {
     if (ctx == nullptr || pub == nullptr || hash == nullptr || sig == nullptr)
-        return status_argument;
+        return DSTU_BAD_ARGUMENT;
     if (pub_len < 1 || pub_len > ctx->field_len || hash_bits < 1)
-        return status_argument;
+        return DSTU_BAD_ARGUMENT;
     if (sig_len != ctx->sig_len)
-        return status_invalid;
+        return DSTU_BAD_SIGNATURE;
     const auto half = static_cast<uint32_t>(ctx->sig_len / 2);
     qald r[QALBIG_SIZE], s[QALBIG_SIZE], expected[QALBIG_SIZE];
     qalfromrbase256(r, sig, half);
     qalfromrbase256(s, sig + half, half);
     if (r[0] == 0 || qalcmp(r, ctx->n) >= 0 || s[0] == 0 || qalcmp(s, ctx->n) >= 0)
-        return status_invalid;
+        return DSTU_BAD_SIGNATURE;
     qale2point Q;
     if (!read_point(ctx->curve, &Q, pub, pub_len))
-        return status_public_key;
+        return DSTU_BAD_PUBLIC_KEY;
 
     qal2p x, h;
     if (!engine_of(*ctx).joint_abscissa(&ctx->curve, x, s, ctx->powers, r, &Q))
-        return status_invalid;
+        return DSTU_BAD_SIGNATURE;
     read_hash(*ctx, h, hash_bits, hash);
     qale2bfmul(&ctx->curve, h, h, x);
     if (qal2p_is_zero(h))
-        return status_invalid;
+        return DSTU_BAD_SIGNATURE;
     to_scalar(*ctx, expected, h);
-    return qalcmp(expected, r) == 0 ? status_good : status_invalid;
+    return qalcmp(expected, r) == 0 ? DSTU_OK : DSTU_BAD_SIGNATURE;
 }
 }

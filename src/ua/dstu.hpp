@@ -5,16 +5,6 @@
 
 namespace qal::ua {
 
-enum Status : int {
-    status_good = 0,
-    status_invalid = 1,
-    status_argument = 2,
-    status_curve = 3,
-    status_base_point = 4,
-    status_public_key = 5,
-    status_private_key = 6,
-};
-
 inline int32_t field_bytes(const qale2curve &curve)
 {
     return static_cast<int32_t>((curve.mod_m + 8) / 8);

@@ -9,12 +9,12 @@ using namespace qal::test;
 
 namespace {
 
-const std::vector<Variant<decltype(qalmul)>> products = {
+const std::vector<Variant<decltype(qalmul_portable)>> products = {
     {"dispatched", 0, qalmul},
     {"portable", 0, qalmul_portable},
     {"bmi2adx", qal::base::cpu_bmi2_adx, qalmul_bmi2adx},
 };
-const std::vector<Variant<decltype(qalsqr)>> squares = {
+const std::vector<Variant<decltype(qalsqr_portable)>> squares = {
     {"dispatched", 0, qalsqr},
     {"portable", 0, qalsqr_portable},
     {"bmi2adx", qal::base::cpu_bmi2_adx, qalsqr_bmi2adx},

@@ -203,7 +203,7 @@ TEST(KeyGeneration, OrderOfPrimes)
     std::sort(primes.begin(), primes.end());
     do {
         rsa_keygen_ctx ctx;
-        rsa_keygen_init(&ctx, 512);
+        EXPECT_EQ(rsa_keygen_init(&ctx, 512), RSA_OK);
         ModelKey key{512, {}, {}, {}, {}, {}, {}, {}};
         PoolGenerator generator(2);
         for (size_t i = 0; i < 3; i++) {
@@ -229,7 +229,7 @@ TEST(KeyGeneration, Starts)
         const InstalledGenerator installed(generator);
         ModelKey key{512, {}, {}, {}, {}, {}, {}, {}};
         rsa_keygen_ctx ctx;
-        rsa_keygen_init(&ctx, 512);
+        EXPECT_EQ(rsa_keygen_init(&ctx, 512), RSA_OK);
         EXPECT_EQ(rsa_keygen(&ctx, rnd.data(), 32), key.step(generator, rnd));
         EXPECT_EQ(value_of(ctx.p), key.p);
         EXPECT_EQ(InstalledGenerator::calls(), generator.calls);
@@ -245,7 +245,7 @@ TEST(KeyGeneration, RefusesUnfitPrimes)
     while (mpz_probab_prime_p(bad.get_mpz_t(), 30) == 0)
         bad -= 131074;
     rsa_keygen_ctx ctx;
-    rsa_keygen_init(&ctx, 512);
+    EXPECT_EQ(rsa_keygen_init(&ctx, 512), RSA_OK);
     EXPECT_EQ(rsa_keygen(&ctx, to_bytes(bad, 32).data(), 32), 3);
     EXPECT_EQ(ctx.p[0], 0u);
 }
@@ -257,7 +257,7 @@ TEST(KeyGeneration, CrtParameters)
         const uint32_t bits = sizes[random.below(4)];
         const ModelKey key = random_key(random, bits / 2, bits / 2);
         rsa_keygen_ctx ctx;
-        rsa_keygen_init(&ctx, bits);
+        EXPECT_EQ(rsa_keygen_init(&ctx, bits), RSA_OK);
         const Number p(key.p), q(key.q);
         qalcopy(ctx.p, const_cast<Number &>(p));
         qalcopy(ctx.q, const_cast<Number &>(q));

@@ -28,9 +28,9 @@ inline std::string assertion_message(const std::string &expression, const std::s
 
 } // namespace qal::test
 
-// The statement must abort with this expression, source path and operation.
-#define EXPECT_PRECONDITION(statement, expression, path, function)                                 \
-    EXPECT_EXIT(statement, testing::KilledBySignal(SIGABRT),                                       \
+// The call must abort with this expression, source path and operation.
+#define EXPECT_PRECONDITION(call, expression, path, function)                                      \
+    EXPECT_EXIT([&] { return call; }(), testing::KilledBySignal(SIGABRT),                          \
                 qal::test::assertion_message(expression, path, function))
 
 #endif

@@ -87,9 +87,11 @@ TEST(Threads, GostSignaturesAndAgreement)
         Bytes out(64 + 32 + 2);
         const int signed_well = rds_sign(&ctx, d.data(), k.data(), digest.data(), out.data());
         const int valid = rds_verify(&ctx, own.data(), digest.data(), out.data());
-        vko341001_gen_kek(&ctx, out.data() + 64, d.data(), theirs.data(), ukm.data());
+        const int agreed =
+            vko341001_gen_kek(&ctx, out.data() + 64, d.data(), theirs.data(), ukm.data());
         EXPECT_EQ(signed_well, 0);
         EXPECT_EQ(valid, 0);
+        EXPECT_EQ(agreed, 0);
         return out;
     });
 }
@@ -103,11 +105,12 @@ TEST(Threads, DstuSignaturesAndAgreement)
         thread_local size_t seed;
         seed = i;
         dstu_bspool pool;
-        dstu_bspool_init(&pool, &ctx, [](uint8_t *buf, uint32_t len) {
+        const auto random = [](uint8_t *buf, uint32_t len) {
             const Bytes bytes = numbered(seed, len, 5);
             std::copy(bytes.begin(), bytes.end(), buf);
             return 0;
-        });
+        };
+        EXPECT_EQ(dstu_bspool_init(&pool, &ctx, random), DSTU_OK);
         return pool;
     };
     expect_same_everywhere([&](size_t i) {
@@ -198,7 +201,7 @@ TEST(Threads, HashesAndCiphers)
         g28147_cfb_update(&feedback, data.data(), out.data() + 2400, data.size());
         g28147_hmac_ctx mac = begun_mac;
         g28147_hmac_update(&mac, data.data(), data.size());
-        g28147_hmac_final(&mac, out.data() + 3500);
+        EXPECT_NE(g28147_hmac_final(&mac, out.data() + 3500), nullptr);
         g28147_ecb_update(&ecb, data.data(), data.data(), 1024);
         out.insert(out.end(), data.begin(), data.end());
         return out;

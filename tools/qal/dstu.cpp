@@ -33,9 +33,16 @@ int given_random(uint8_t *buf, uint32_t len)
     return 0;
 }
 
+// The call of the library must have succeeded: its arguments were checked before.
+void check(int code)
+{
+    if (code != DSTU_OK)
+        throw std::logic_error("code " + std::to_string(code));
+}
+
 // One-time secrets, erased when they go.
 struct Pool : dstu_bspool {
-    Pool(const dstu_ctx &domain, qal_rnd source) { dstu_bspool_init(this, &domain, source); }
+    Pool(const dstu_ctx &domain, qal_rnd source) { check(dstu_bspool_init(this, &domain, source)); }
     Pool(const Pool &) = delete;
     Pool &operator=(const Pool &) = delete;
     ~Pool() { explicit_bzero(static_cast<dstu_bspool *>(this), sizeof(dstu_bspool)); }
@@ -58,7 +65,7 @@ struct Party {
         Pool pool(ctx, source);
         Bytes pub(field_size());
         auto priv_len = static_cast<int32_t>(priv.size()), pub_len = ctx.field_len;
-        dstu_gen_keys(&ctx, &pool, &priv_len, priv.data(), &pub_len, pub.data());
+        check(dstu_gen_keys(&ctx, &pool, &priv_len, priv.data(), &pub_len, pub.data()));
         return pub;
     }
 };

@@ -144,7 +144,8 @@ void add_key_set_up(Workloads &all, Material &material)
             entry &= 15;
         return [sbox] {
             uint32_t tables[1024];
-            g28147_make_kext(tables, sbox.data());
+            if (g28147_make_kext(tables, sbox.data()) == nullptr)
+                throw std::logic_error("an S-box is refused");
         };
     });
 }

@@ -2,7 +2,6 @@
 #include "base/wipe.hpp"
 #include "qalmath64/powers/powers.hpp"
 #include "rsa/qalrsaex/parameters.hpp"
-#include "rsa/qalrsaex/status.hpp"
 
 #include <string.h>
 
@@ -17,10 +16,10 @@ public:
     int read(const uint8_t *key)
     {
         if (!read_parameter(n_, key, most_modulus_bytes) || n_[0] == 0 || n_[1] % 2 == 0)
-            return bad_argument;
+            return RSA_BAD_ARGUMENT;
         if (rsa_is_prermitted_modsize(8 * bytes()) == 0)
-            return size_not_permitted;
-        return read_parameter(e_, key, most_modulus_bytes) ? success : bad_argument;
+            return RSA_BAD_SIZE;
+        return read_parameter(e_, key, most_modulus_bytes) ? RSA_OK : RSA_BAD_ARGUMENT;
     }
 
     [[nodiscard]] uint32_t bytes() const { return static_cast<uint32_t>(qalbitlen(n_, 8)); }
@@ -72,35 +71,36 @@ void reduce_message(qald *r, const uint8_t *m, uint32_t mlen, const PublicKey &k
 int rsa_encrypt(uint8_t *out, const uint8_t *m, uint32_t mlen, const uint8_t *key)
 {
     if (out == nullptr || m == nullptr || key == nullptr)
-        return bad_argument;
+        return RSA_BAD_ARGUMENT;
     PublicKey public_key;
     const int status = public_key.read(key);
-    if (status != success)
+    if (status != RSA_OK)
         return status;
     if (mlen == 0 || mlen > public_key.bytes())
-        return bad_message_length;
+        return RSA_BAD_MESSAGE_LENGTH;
 
     qald x[modulus_digits], power[modulus_digits];
     read_digits(x, public_key.digits(), m, mlen);
     public_key.raise(power, x);
     write_digits(out, public_key.bytes(), power);
     qal::base::wipe(x, sizeof x);
-    return success;
+    return RSA_OK;
 }
 
 int rsa_verify(const uint8_t *sig, const uint8_t *m, uint32_t mlen, const uint8_t *key)
 {
     if (sig == nullptr || m == nullptr || key == nullptr)
-        return bad_argument;
+        return RSA_BAD_ARGUMENT;
     PublicKey public_key;
     const int status = public_key.read(key);
-    if (status != success)
+    if (status != RSA_OK)
         return status;
 
     qald signature[modulus_digits], message[modulus_digits];
     read_digits(signature, public_key.digits(), sig, public_key.bytes());
     public_key.raise(signature, signature);
     reduce_message(message, m, mlen, public_key);
-    return memcmp(signature, message, public_key.digits() * sizeof *message) == 0 ? success
-                                                                                  : wrong_signature;
+    return memcmp(signature, message, public_key.digits() * sizeof *message) == 0
+               ? RSA_OK
+               : RSA_WRONG_SIGNATURE;
 }

@@ -1,5 +1,4 @@
 #include "rsa/qalrsaex/parameters.hpp"
-#include "rsa/qalrsaex/status.hpp"
 
 using namespace qal::rsa;
 
@@ -9,10 +8,10 @@ namespace {
 int check(const rsa_keygen_ctx *ctx, const uint8_t *out)
 {
     if (ctx == nullptr || out == nullptr)
-        return bad_argument;
+        return RSA_BAD_ARGUMENT;
     if (rsa_is_prermitted_modsize(ctx->bits) == 0)
-        return size_not_permitted;
-    return ctx->p[0] == 0 || ctx->q[0] == 0 ? bad_argument : success;
+        return RSA_BAD_SIZE;
+    return ctx->p[0] == 0 || ctx->q[0] == 0 ? RSA_BAD_ARGUMENT : RSA_OK;
 }
 
 } // namespace
@@ -20,26 +19,26 @@ int check(const rsa_keygen_ctx *ctx, const uint8_t *out)
 int rsa_get_privkey(const rsa_keygen_ctx *ctx, uint8_t *out, uint32_t size)
 {
     const int status = check(ctx, out);
-    if (status != success)
+    if (status != RSA_OK)
         return status;
     if (size < 5 * (ctx->bits / 16) + 10)
-        return output_too_small;
+        return RSA_OUTPUT_TOO_SMALL;
     const qald *const parameters[] = {ctx->p, ctx->q, ctx->dP, ctx->dQ, ctx->qInv};
     for (const qald *x : parameters)
         out += save_rsa_key_prm(out, x);
-    return success;
+    return RSA_OK;
 }
 
 int rsa_get_pubkey(const rsa_keygen_ctx *ctx, uint8_t *out, uint32_t size)
 {
     const int status = check(ctx, out);
-    if (status != success)
+    if (status != RSA_OK)
         return status;
     if (size < ctx->bits / 8 + 7)
-        return output_too_small;
+        return RSA_OUTPUT_TOO_SMALL;
     qald n[modulus_digits + 3];
     qalmul(ctx->p, ctx->q, n);
     out += save_rsa_key_prm(out, n);
     save_rsa_key_prm(out, public_exponent_number);
-    return success;
+    return RSA_OK;
 }

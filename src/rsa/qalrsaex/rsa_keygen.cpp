@@ -1,7 +1,6 @@
 #include "base/wipe.hpp"
 #include "rsa/primality.hpp"
 #include "rsa/qalrsaex/parameters.hpp"
-#include "rsa/qalrsaex/status.hpp"
 
 #include <string.h>
 
@@ -10,12 +9,12 @@ using namespace qal::rsa;
 int rsa_keygen_init(rsa_keygen_ctx *ctx, uint32_t bits)
 {
     if (ctx == nullptr)
-        return bad_argument;
+        return RSA_BAD_ARGUMENT;
     if (rsa_is_prermitted_modsize(bits) == 0)
-        return size_not_permitted;
+        return RSA_BAD_SIZE;
     memset(ctx, 0, sizeof *ctx);
     ctx->bits = bits;
-    return success;
+    return RSA_OK;
 }
 
 namespace {
@@ -41,11 +40,11 @@ int add_prime(rsa_keygen_ctx *ctx, const qald *x)
 {
     if (ctx->p[0] == 0) {
         qalcopy(ctx->p, x);
-        return call_again;
+        return RSA_CALL_AGAIN;
     }
     const int32_t order = qalcmp(x, ctx->p);
     if (order == 0)
-        return call_again;
+        return RSA_CALL_AGAIN;
     if (order > 0) {
         qalcopy(ctx->q, ctx->p);
         qalcopy(ctx->p, x);
@@ -53,7 +52,7 @@ int add_prime(rsa_keygen_ctx *ctx, const qald *x)
         qalcopy(ctx->q, x);
     }
     rsa_gen_crt(ctx);
-    return success;
+    return RSA_OK;
 }
 
 } // namespace
@@ -66,14 +65,14 @@ void rsa_gen_crt(rsa_keygen_ctx *ctx)
 int rsa_keygen(rsa_keygen_ctx *ctx, const uint8_t *rnd, uint32_t len)
 {
     if (ctx == nullptr)
-        return bad_argument;
+        return RSA_BAD_ARGUMENT;
     if (rsa_is_prermitted_modsize(ctx->bits) == 0)
-        return size_not_permitted;
+        return RSA_BAD_SIZE;
     const uint32_t prime_bytes = ctx->bits / 16;
     if (len < prime_bytes)
-        return too_little_randomness;
+        return RSA_TOO_FEW_RANDOM;
     if (rnd == nullptr)
-        return bad_argument;
+        return RSA_BAD_ARGUMENT;
 
     qald x[modulus_digits / 2 + 2];
     qalfrombase256(x, rnd, prime_bytes);
@@ -82,7 +81,7 @@ int rsa_keygen(rsa_keygen_ctx *ctx, const uint8_t *rnd, uint32_t len)
     const uint64_t prime_bits = ctx->bits / 2;
     if (qalbitlen(x, 1) < prime_bits)
         qaladdb2(x, prime_bits - 1);
-    int status = call_again;
+    int status = RSA_CALL_AGAIN;
     if (find_prime_near(x) != 0 && rsa_prime_ok(x, ctx->bits) != 0)
         status = add_prime(ctx, x);
     qal::base::wipe(x, sizeof x);

@@ -4,7 +4,6 @@
 #include "qalmath64/kernels/montgomery.hpp"
 #include "qalmath64/powers/powers.hpp"
 #include "rsa/qalrsaex/parameters.hpp"
-#include "rsa/qalrsaex/status.hpp"
 
 #include <string.h>
 
@@ -146,16 +145,16 @@ void PrivateOperation::run_irregular()
 int rsa_sign(uint8_t *out, const uint8_t *m, int32_t mlen, const uint8_t *key)
 {
     if (out == nullptr || m == nullptr || key == nullptr)
-        return bad_argument;
+        return RSA_BAD_ARGUMENT;
     PrivateOperation operation;
     if (!operation.read_key(key))
-        return bad_argument;
+        return RSA_BAD_ARGUMENT;
     const uint64_t bits = operation.bits();
     if (rsa_is_prermitted_modsize(static_cast<uint32_t>(bits)) == 0)
-        return size_not_permitted;
+        return RSA_BAD_SIZE;
     const auto size = static_cast<uint32_t>(bits / 8);
     if (mlen < 0 || static_cast<uint32_t>(mlen) > size)
-        return bad_argument;
+        return RSA_BAD_ARGUMENT;
 
     operation.read_message(m, static_cast<uint32_t>(mlen));
     // Exponentiations wipe what is theirs; the products around them leave their factors.
@@ -166,7 +165,7 @@ int rsa_sign(uint8_t *out, const uint8_t *m, int32_t mlen, const uint8_t *key)
             operation.run_irregular();
     });
     write_digits(out, size, operation.s + 1);
-    return success;
+    return RSA_OK;
 }
 
 int rsa_decrypt(uint8_t *out, const uint8_t *m, int32_t mlen, const uint8_t *key)
