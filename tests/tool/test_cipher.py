@@ -107,6 +107,11 @@ class Files(CipherTest):
         with open("text", "rb") as file:
             self.assertEqual(file.read(), b"some text")
 
+    def test_names_with_brackets(self):
+        text = self.write("[text]", b"text")
+        self.qal(*self.options("kuznyechik-ctr", "-e", "-o", "[a,b]", text))
+        self.assertTrue(os.path.exists("[a,b]"))
+
     def test_modes_of_files(self):
         self.write("text", b"text")
         os.umask(0o027)

@@ -139,6 +139,66 @@ class Printing(program.ProgramTest):
             b"qal: '': No such file or directory\n",
         )
 
+    def test_names_behind_a_double_dash(self):
+        for name in ("-name", "--tag", "[a,b]", "mac", "\1x"):
+            self.write(name, b"")
+        for arguments in (
+            ["digest", "-a", "streebog-256", "mac", "--", "-name", "[a,b]", "--tag", "\1x"],
+            ["digest", "mac", "-a", "streebog-256", "--", "-name", "[a,b]", "--tag", "\1x"],
+            ["--", "digest", "mac", "-name", "[a,b]", "--tag", "\1x"],
+        ):
+            with self.subTest(arguments):
+                digest = EMPTY_256 if "-a" in arguments else EMPTY_512
+                names = (b"mac", b"-name", b"[a,b]", b"--tag", b"\1x")
+                self.assertEqual(
+                    self.qal(*arguments).stdout, b"".join(digest + b"  " + n + b"\n" for n in names)
+                )
+        self.assertEqual(self.qal("digest", "--", "-").stdout, EMPTY_512 + b"  -\n")
+        self.write("--", b"")
+        self.assertEqual(self.qal("digest", "--", "--").stdout, EMPTY_512 + b"  --\n")
+        self.write("list", EMPTY_512 + b"  -name\n")
+        os.rename("list", "-list")
+        self.assertEqual(self.qal("digest", "-c", "--", "-list").stdout, b"-name: OK\n")
+
+    def test_names_in_messages_are_those_of_coreutils(self):
+        names = [
+            "plain", "with space", "new\nline", "two\n\nlines\n", "\nfirst", "tab\t", "\x1b[31mred", "\x7f", "\1",
+            "a:b", "~", "#x", "x~#", "[x]", "{", "}", "{}", "back\\slash", 'two "quotes"', "$x", "`x`", "a&b",
+            "a=b", "a,b", "%d", "ж", "\u0085", "\ud7a3", "€", "🗝", "it's \"it\"",
+        ]  # fmt: skip
+        names = [name.encode() for name in names] + [b"\xff", b"\xc3", b"\xe2\x82", b"\xed\xa0\x80", b"\xc0\x80"]
+        done = subprocess.run(
+            [b"cat", b"--", *names], stderr=subprocess.PIPE, env=os.environ | {"LC_ALL": "C.UTF-8"}
+        )
+        theirs = done.stderr.replace(b"cat: ", b"qal: ")
+        self.assertEqual(self.qal("digest", "--", *names, status=1).stderr, theirs)
+        # One quote alone, which they put into double quotes.
+        self.assertEqual(
+            self.qal("digest", "it's", status=1).stderr,
+            b"qal: 'it'\\''s': No such file or directory\n",
+        )
+
+    def test_no_message_has_control_characters(self):
+        name = self.write("a\n\x1b[31mb", b"")
+        for arguments, status in (
+            (["digest", "-a", name], 2),
+            (["digest", "--" + name], 2),
+            (["digest", "-c", name], 1),
+            (["rsa", "sign", "-k", name], 1),
+            (["cipher", "-a", "gost28147-ecb", "-e", "--key-file", name], 1),
+            (["mac", "-a", "gost28147", "--key-file", name], 1),
+            (["gost", "pubkey", "--key-file", name], 1),
+            (["gost", "verify", "--pubkey-file", name, "--signature-file", name], 1),
+            (["gost", "genkey", "--curve-file", name], 1),
+            (["dstu", "pubkey", "-c", "m163", "--key-file", name], 1),
+        ):
+            with self.subTest(arguments):
+                message = self.qal(*arguments, status=status).stderr
+                self.assertIn(b"a", message)
+                self.assertNotIn(b"\x1b", message)
+                self.assertIn(rb"\n", message)
+                self.assertEqual(message.count(b"\n"), status)
+
     def test_several_threads_keep_the_order(self):
         names = []
         for i in range(60):

@@ -187,7 +187,7 @@ public:
 private:
     static std::string list_name(const std::string &list)
     {
-        return list == "-" ? "standard input" : list;
+        return list == "-" ? "standard input" : quote(list);
     }
 
     void read(const std::string &list)

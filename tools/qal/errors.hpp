@@ -1,6 +1,8 @@
 // What goes wrong, and the statuses that the program ends with.
 #pragma once
 
+#include "quoting.hpp"
+
 #include <cerrno>
 #include <cstdio>
 #include <stdexcept>
@@ -15,12 +17,10 @@ enum ExitStatus : int {
     exit_usage = 2,   // the command line makes no sense
 };
 
-// A failed system call on a named thing; what() is "name: reason".
+// A failed system call on a thing, named as messages show it; what() is "name: reason".
 struct FileError : std::runtime_error {
-    FileError(const std::string &name, int error)
-        : std::runtime_error((name.empty() ? "''" : name) + ": " +
-                             std::generic_category().message(error)),
-          number(error)
+    FileError(const std::string &shown, int error)
+        : std::runtime_error(shown + ": " + std::generic_category().message(error)), number(error)
     {
     }
 
@@ -32,11 +32,12 @@ struct WriteError : FileError {
     WriteError() : FileError("write error", errno) {}
 };
 
-// A line on standard error, after the program's name.
+// A line on standard error, after the program's name. It stays one line, whatever the message has
+// taken over from outside.
 inline void complain(const std::string &message)
 {
     std::fflush(stdout);
-    std::fprintf(stderr, "qal: %s\n", message.c_str());
+    std::fprintf(stderr, "qal: %s\n", printable(message).c_str());
 }
 
 } // namespace qal::tool

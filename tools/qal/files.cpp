@@ -15,7 +15,7 @@ Input::Input(const std::string &name)
     : name_(name), fd_(name == "-" ? STDIN_FILENO : ::open(name.c_str(), O_RDONLY | O_CLOEXEC))
 {
     if (fd_ < 0)
-        throw FileError(name, errno);
+        throw FileError(quote(name), errno);
     // Advice only: pipes and the like refuse it.
     (void)::posix_fadvise(fd_, 0, 0, POSIX_FADV_SEQUENTIAL);
 }
@@ -33,7 +33,7 @@ size_t Input::read(uint8_t *data, size_t size)
         if (n >= 0)
             return static_cast<size_t>(n);
         if (errno != EINTR)
-            throw FileError(name_, errno);
+            throw FileError(quote(name_), errno);
     }
 }
 
@@ -46,7 +46,7 @@ Output::Output(const std::string &name, Access access)
     temporary_ = name + ".XXXXXX";
     fd_ = ::mkostemp(temporary_.data(), O_CLOEXEC);
     if (fd_ < 0)
-        throw FileError(name, errno);
+        throw FileError(quote(name), errno);
 }
 
 Output::~Output()
@@ -66,7 +66,7 @@ void Output::write(const uint8_t *data, size_t size)
         if (n < 0 && temporary_.empty())
             throw WriteError();
         if (n < 0)
-            throw FileError(name_, errno);
+            throw FileError(quote(name_), errno);
         data += n;
         size -= static_cast<size_t>(n);
     }
@@ -85,7 +85,7 @@ void Output::commit()
                                                               : 0666 & ~mask;
     if (::fchmod(fd_, mode) != 0 || ::fsync(fd_) != 0 || ::close(fd_) != 0 ||
         ::rename(temporary_.c_str(), name_.c_str()) != 0)
-        throw FileError(name_, errno);
+        throw FileError(quote(name_), errno);
     temporary_.clear();
 }
 

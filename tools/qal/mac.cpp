@@ -71,7 +71,7 @@ bool print_macs(const Secret &key, const uint32_t *table, const std::vector<std:
             absorb(mac, name);
             Bytes code(mac_size);
             if (!g28147_hmac_final(&mac.ctx, code.data()))
-                throw std::runtime_error(name +
+                throw std::runtime_error(quote(name) +
                                          ": too short to have a MAC, which takes more than 8 "
                                          "bytes");
             print(line_about(name, to_hex(code) + "  ", ""));

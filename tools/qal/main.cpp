@@ -26,6 +26,10 @@ int run(int argc, char **argv)
     add_gost(app, status);
     add_rsa(app, status);
     add_speed(app, status);
+    take_off_marks(app);
+    app.failure_message([](const CLI::App *, const CLI::Error &error) {
+        return printable(error.what()) + "\nRun with --help for more information.\n";
+    });
     try {
         app.parse(marked_arguments(argc, argv));
     } catch (const CLI::ParseError &error) {

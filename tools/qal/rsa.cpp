@@ -52,10 +52,10 @@ Secret read_number(const std::string &name, const RsaPublicKey &key)
     }
     uint8_t more;
     if (have < size || input.read(&more, 1) != 0)
-        throw std::runtime_error(name + ": not " + std::to_string(size) +
+        throw std::runtime_error(quote(name) + ": not " + std::to_string(size) +
                                  " bytes, the length of the modulus; padding is not done here");
     if (!key.is_above(number.data()))
-        throw std::runtime_error(name + ": not a number below the modulus");
+        throw std::runtime_error(quote(name) + ": not a number below the modulus");
     return number;
 }
 
@@ -72,7 +72,7 @@ void use_private_key(const Options &options, Access access)
     const Secret bytes = key.bytes(), m = read_number(options.input, key.public_key());
     Secret result(m.size());
     if (rsa_sign(result.data(), m.data(), static_cast<int32_t>(m.size()), bytes.data()) != 0)
-        throw std::runtime_error(options.key + ": the key is of no use");
+        throw std::runtime_error(quote(options.key) + ": the key is of no use");
     write_number(options.output, result, access);
 }
 
@@ -82,7 +82,7 @@ void encrypt(const Options &options)
     const Secret m = read_number(options.input, key);
     Secret result(m.size());
     if (rsa_encrypt(result.data(), m.data(), static_cast<uint32_t>(m.size()), key.bytes()) != 0)
-        throw std::runtime_error(options.key + ": the key is of no use");
+        throw std::runtime_error(quote(options.key) + ": the key is of no use");
     write_number(options.output, result, Access::usual);
 }
 

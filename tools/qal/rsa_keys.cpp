@@ -56,7 +56,7 @@ Secret read_file(const std::string &name)
     while (const size_t n = input.read(room.data() + size, room.size() - size)) {
         size += n;
         if (size == room.size())
-            throw std::runtime_error(name + ": too long for a key");
+            throw std::runtime_error(quote(name) + ": too long for a key");
     }
     Secret contents(size);
     std::copy(room.data(), room.data() + size, contents.data());
@@ -89,15 +89,15 @@ std::vector<Secret> read_numbers(const std::string &name, const char *label, siz
     const Secret contents = read_file(name);
     if (const auto found = pem_label(text_of(contents))) {
         if (*found != label)
-            throw std::runtime_error(name + ": PEM of a " + *found + ", not of an " + label);
+            throw std::runtime_error(quote(name) + ": PEM of a " + *found + ", not of an " + label);
         const auto der = from_pem(text_of(contents), label);
         auto numbers = der ? from_der(*der) : std::nullopt;
         if (!numbers)
-            throw std::runtime_error(name + ": not a well-formed " + std::string(label));
+            throw std::runtime_error(quote(name) + ": not a well-formed " + std::string(label));
         return std::move(*numbers);
     }
     if (pem)
-        throw std::runtime_error(name + ": not PEM");
+        throw std::runtime_error(quote(name) + ": not PEM");
     std::vector<Secret> numbers;
     size_t at = 0;
     while (numbers.size() < parameters && contents.size() - at >= 2) {
@@ -109,7 +109,7 @@ std::vector<Secret> read_numbers(const std::string &name, const char *label, siz
         at += 2 + size;
     }
     if (numbers.size() != parameters || at != contents.size())
-        throw std::runtime_error(name + ": not a key");
+        throw std::runtime_error(quote(name) + ": not a key");
     return numbers;
 }
 
@@ -135,12 +135,12 @@ RsaPublicKey::RsaPublicKey(const std::string &file, bool pem)
     const std::vector<Secret> numbers = read_numbers(file, public_label, 2, pem);
     Number n, e;
     if (numbers.size() != 2 || !set(n.data(), numbers[0], 256) || !set(e.data(), numbers[1], 256))
-        throw std::runtime_error(file + ": not a public key");
+        throw std::runtime_error(quote(file) + ": not a public key");
     if (n[0] == 0 || n[1] % 2 == 0 ||
         rsa_is_prermitted_modsize(static_cast<uint32_t>(8 * qalbitlen(n.data(), 8))) == 0)
-        throw std::runtime_error(file + ": not a modulus of 512, 1024, 1536 or 2048 bits");
+        throw std::runtime_error(quote(file) + ": not a modulus of 512, 1024, 1536 or 2048 bits");
     if (e[0] != 1 || e[1] != public_exponent)
-        throw std::runtime_error(file + ": the public exponent is not " +
+        throw std::runtime_error(quote(file) + ": the public exponent is not " +
                                  std::to_string(public_exponent));
     bytes_.resize(2 * (2 + 256));
     const uint32_t size = save_rsa_key_prm(bytes_.data(), n.data());
@@ -199,10 +199,10 @@ RsaPrivateKey::RsaPrivateKey(const std::string &file, bool pem)
     const bool whole = numbers.size() != 5;
     const size_t first = whole ? 4 : 0;
     if (numbers.size() != first + 5)
-        throw std::runtime_error(file + ": not a private key");
+        throw std::runtime_error(quote(file) + ": not a private key");
     for (size_t i = 0; i < 5; i++) {
         if (!set(x[i], numbers[first + i], 128) || x[i][0] == 0)
-            throw std::runtime_error(file + ": not a private key of at most 2048 bits");
+            throw std::runtime_error(quote(file) + ": not a private key of at most 2048 bits");
     }
     memset(&key_, 0, sizeof key_);
     qald *const parts[] = {key_.p, key_.q, key_.dP, key_.dQ, key_.qInv};
@@ -214,9 +214,9 @@ RsaPrivateKey::RsaPrivateKey(const std::string &file, bool pem)
         qalmul(key_.p, key_.q, y[0]);
         if (numbers[0].size() != 0 || !set(y[1], numbers[1], 256) || !set(y[2], numbers[2], 256) ||
             qalcmp(y[0], y[1]) != 0)
-            throw std::runtime_error(file + ": the numbers of the key do not fit together");
+            throw std::runtime_error(quote(file) + ": the numbers of the key do not fit together");
         if (y[2][0] != 1 || y[2][1] != public_exponent)
-            throw std::runtime_error(file + ": the public exponent is not " +
+            throw std::runtime_error(quote(file) + ": the public exponent is not " +
                                      std::to_string(public_exponent));
     }
 }
@@ -227,14 +227,15 @@ void RsaPrivateKey::check(const std::string &file)
     const uint64_t bits = qalbitlen(key_.p, 1);
     key_.bits = static_cast<uint32_t>(2 * bits);
     if (rsa_is_prermitted_modsize(key_.bits) == 0 || qalbitlen(key_.q, 1) != bits)
-        throw std::runtime_error(file + ": not a key of 512, 1024, 1536 or 2048 bits with two "
-                                        "primes of the same length");
+        throw std::runtime_error(quote(file) +
+                                 ": not a key of 512, 1024, 1536 or 2048 bits with two "
+                                 "primes of the same length");
     for (const qald *x : {key_.dP, key_.dQ, key_.qInv}) {
         if (qalbitlen(x, 1) > bits)
-            throw std::runtime_error(file + ": the numbers of the key do not fit together");
+            throw std::runtime_error(quote(file) + ": the numbers of the key do not fit together");
     }
     if (key_.p[1] % 2 == 0 || key_.q[1] % 2 == 0)
-        throw std::runtime_error(file + ": a prime of the key is even");
+        throw std::runtime_error(quote(file) + ": a prime of the key is even");
 }
 
 RsaPrivateKey::~RsaPrivateKey()

@@ -76,7 +76,7 @@ std::string SecretSource::name() const
 {
     return what_ + (descriptor_option_->count() > 0
                         ? " (descriptor " + std::to_string(descriptor_) + ")"
-                        : " file " + file_);
+                        : " file " + quote(file_));
 }
 
 Secret SecretSource::read_text() const
