@@ -148,7 +148,7 @@ say "  two parties agree on the same key encryption key"
 heading "DSTU 4145-2002"
 for curve in m163 m191 m257 m431; do
     for party in alice bob; do
-        "$qal" dstu genkey -c $curve -o "$work/$party" >"$work/$party.pub"
+        "$qal" dstu genkey -c $curve --force -o "$work/$party" >"$work/$party.pub"
     done
     alice=$(cat "$work/alice.pub") bob=$(cat "$work/bob.pub")
     time=$(seconds "$qal" dstu sign -c $curve --key-file "$work/alice" "$work/large")

@@ -227,7 +227,7 @@ void check_rsa_keys(qal::fuzz::Input &in)
         const Secret bytes = key.bytes();
         EXPECT_EQ(rsa_sign(out.data(), message.data(), 0, bytes.data()), 0);
         for (const KeyFormat format : {KeyFormat::library, KeyFormat::pem}) {
-            key.write(folder().file("again"), format);
+            key.write(folder().file("again"), format, Existing::replaced);
             const RsaPrivateKey same(folder().file("again"), format == KeyFormat::pem);
             EXPECT_EQ(bytes_of(same.bytes()), bytes_of(bytes));
         }

@@ -23,6 +23,13 @@ class ProgramTest(unittest.TestCase):
         self.assertEqual(done.returncode, status, done)
         return done
 
+    def preloading(self, name):
+        """An environment in which the program does not find the system as it should be: see CMakeLists.txt."""
+        return os.environ | {
+            "LD_PRELOAD": os.environ["QAL_" + name],
+            "ASAN_OPTIONS": "verify_asan_link_order=0:" + os.environ.get("ASAN_OPTIONS", ""),
+        }
+
     def write(self, name, contents):
         with open(name, "wb") as file:
             file.write(contents)

@@ -52,7 +52,7 @@ class DstuTest(program.ProgramTest):
 class Dstu(DstuTest):
     def keys(self, curve, name):
         """The public key; the private one is in the file."""
-        return self.dstu("genkey", "-c", curve, "-o", name).stdout.decode().strip()
+        return self.dstu("genkey", "-c", curve, "--force", "-o", name).stdout.decode().strip()
 
     def test_exchange_on_every_curve(self):
         self.write("text", b"some text")

@@ -7,11 +7,7 @@ import program
 
 class Faults(program.ProgramTest):
     def erring(self, *arguments, **options):
-        environment = os.environ | {
-            "LD_PRELOAD": os.environ["QAL_ERRING"],
-            "ASAN_OPTIONS": "verify_asan_link_order=0:" + os.environ.get("ASAN_OPTIONS", ""),
-        }
-        return self.qal(*arguments, env=environment, **options)
+        return self.qal(*arguments, env=self.preloading("ERRING"), **options)
 
     def test_gost_signatures(self):
         self.write("text", b"text")

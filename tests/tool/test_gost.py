@@ -103,7 +103,7 @@ class GostTest(program.ProgramTest):
 
     def key_pair(self, *arguments):
         """Files with a new key pair."""
-        self.gost("genkey", *arguments, "-o", "key")
+        self.gost("genkey", *arguments, "--force", "-o", "key")
         pem = ["--pem"] if "--pem" in arguments else []
         others = [a for a in arguments if a != "--pem"] if not pem else []
         self.gost("pubkey", "--key-file", "key", *others, *pem, "-o", "pubkey")
@@ -216,7 +216,7 @@ class Alone(GostTest):
     def test_secrets_are_for_the_owner(self):
         os.umask(0)
         for pem in ([], ["--pem"]):
-            self.gost("genkey", *pem, "-o", "key")
+            self.gost("genkey", *pem, "--force", "-o", "key")
             self.assertEqual(stat.S_IMODE(os.stat("key").st_mode), 0o600)
         self.gost("pubkey", "--key-file", "key", "--pem", "-o", "pubkey")
         self.assertEqual(stat.S_IMODE(os.stat("pubkey").st_mode), 0o666)

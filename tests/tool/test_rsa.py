@@ -48,7 +48,7 @@ def integers(values):
 
 class RsaTest(program.ProgramTest):
     def make(self, bits, *options):
-        self.qal("rsa", "genkey", "-b", str(bits), *options, "-o", "private")
+        self.qal("rsa", "genkey", "--force", "-b", str(bits), *options, "-o", "private")
         self.qal("rsa", "pubkey", "-k", "private", *options, "-o", "public")
 
     def contents(self, name):

@@ -3,6 +3,7 @@
 #include "commands.hpp"
 #include "errors.hpp"
 #include "files.hpp"
+#include "output.hpp"
 #include "progress.hpp"
 #include "sboxes.hpp"
 #include "secrets.hpp"
@@ -149,7 +150,8 @@ void run(const Options &options)
                          algorithm->has_sbox ? expanded_sbox(options.sbox) : nullptr);
 
     Input input(options.input);
-    Output output(options.output);
+    // Plaintext is worth as much as the key.
+    Output output(options.output, options.encrypt ? Access::usual : Access::owner_if_new);
     Progress progress(length_of(options.input).value_or(0));
     struct Buffer {
         Bytes bytes = Bytes(size_t{256} << 10);
@@ -175,7 +177,9 @@ void add_cipher(CLI::App &app, int &status)
         "count. Never use an initial value twice under a key. Nothing authenticates the result: "
         "use\n"
         "a MAC as well.\n\n"
-        "A file given with -o appears, or replaces another, only when it is complete.\n\n"
+        "A file given with -o appears, or replaces another, only when it is complete. Decrypted "
+        "files\n"
+        "that are new can be read by their owner alone.\n\n"
         "Exit status: 0, 1 if something could not be read or written, 2 for a wrong command line.");
     std::vector<std::string> names;
     for (const CipherAlgorithm &algorithm : algorithms)

@@ -7,6 +7,7 @@
 #include "files.hpp"
 #include "hash.hpp"
 #include "hex.hpp"
+#include "output.hpp"
 #include "progress.hpp"
 #include "randomness.hpp"
 #include "secrets.hpp"
@@ -96,7 +97,7 @@ Bytes hexadecimal(const std::string &option, const std::string &text, size_t siz
 struct Options {
     std::string curve, output = "-", pub, peer, signature, digest;
     std::vector<std::string> files;
-    bool cofactor = false;
+    bool cofactor = false, force = false;
     std::unique_ptr<SecretSource> key;
     CLI::Option *digest_option = nullptr, *files_option = nullptr;
 };
@@ -150,10 +151,10 @@ void print_named(const std::string &name, const std::string &before, const std::
     print((escaped.changed ? "\\" : "") + before + escaped.text + after + "\n");
 }
 
-void write_secret(const std::string &name, const Secret &secret)
+void write_secret(const std::string &name, const Secret &secret, Existing existing)
 {
     std::string line = to_hex({secret.data(), secret.size()}) + "\n";
-    Output output(name, Access::owner);
+    Output output(name, Access::owner, existing);
     output.write(reinterpret_cast<const uint8_t *>(line.data()), line.size());
     explicit_bzero(line.data(), line.size());
     output.commit();
@@ -164,7 +165,7 @@ bool generate(const Options &options)
     const Party party(options.curve);
     Secret priv(party.key_size());
     const Bytes pub = party.generate(priv, system_random);
-    write_secret(options.output, priv);
+    write_secret(options.output, priv, options.force ? Existing::replaced : Existing::kept);
     if (options.output != "-")
         print(to_hex(pub) + "\n");
     return true;
@@ -243,7 +244,7 @@ bool derive(const Options &options)
     if (dhua_zz(&party.ctx, party.ctx.key_len, key.data(), party.ctx.field_len, peer.data(),
                 options.cofactor ? 1 : 0, &size, shared.data()) != 0)
         refuse_private_key();
-    write_secret(options.output, shared);
+    write_secret(options.output, shared, Existing::replaced);
     return true;
 }
 
@@ -308,6 +309,7 @@ void add_dstu(CLI::App &app, int &status)
         [](CLI::App &sub, Options &options) {
             take_output(sub, options,
                         "File for the private key; without it, that is printed alone");
+            sub.add_flag("--force", options.force, "Replace a file that exists");
         },
         generate);
     add_subcommand(*command, status, "pubkey", "Print the public key of a private one", take_key,

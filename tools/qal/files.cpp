@@ -7,7 +7,6 @@
 #include <unistd.h>
 
 #include <cstdio>
-#include <cstdlib>
 
 namespace qal::tool {
 
@@ -35,58 +34,6 @@ size_t Input::read(uint8_t *data, size_t size)
         if (errno != EINTR)
             throw FileError(quote(name_), errno);
     }
-}
-
-Output::Output(const std::string &name, Access access)
-    : name_(name), access_(access), fd_(STDOUT_FILENO)
-{
-    if (name == "-")
-        return;
-    // Beside the file, so that the last step is a renaming.
-    temporary_ = name + ".XXXXXX";
-    fd_ = ::mkostemp(temporary_.data(), O_CLOEXEC);
-    if (fd_ < 0)
-        throw FileError(quote(name), errno);
-}
-
-Output::~Output()
-{
-    if (temporary_.empty())
-        return;
-    ::close(fd_);
-    ::unlink(temporary_.c_str());
-}
-
-void Output::write(const uint8_t *data, size_t size)
-{
-    while (size > 0) {
-        const ssize_t n = ::write(fd_, data, size);
-        if (n < 0 && errno == EINTR)
-            continue;
-        if (n < 0 && temporary_.empty())
-            throw WriteError();
-        if (n < 0)
-            throw FileError(quote(name_), errno);
-        data += n;
-        size -= static_cast<size_t>(n);
-    }
-}
-
-void Output::commit()
-{
-    if (temporary_.empty())
-        return;
-    // mkostemp makes files for the owner alone; one that holds no secret is to be like any other.
-    const mode_t mask = ::umask(0);
-    ::umask(mask);
-    struct stat status {};
-    const mode_t mode = access_ == Access::owner              ? 0600
-                        : ::stat(name_.c_str(), &status) == 0 ? status.st_mode & 0777
-                                                              : 0666 & ~mask;
-    if (::fchmod(fd_, mode) != 0 || ::fsync(fd_) != 0 || ::close(fd_) != 0 ||
-        ::rename(temporary_.c_str(), name_.c_str()) != 0)
-        throw FileError(quote(name_), errno);
-    temporary_.clear();
 }
 
 std::optional<uint64_t> length_of(const std::string &name)

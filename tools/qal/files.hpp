@@ -39,28 +39,6 @@ private:
     int fd_;
 };
 
-// Who may read a new file: whoever the user's other files are for, or its owner alone.
-enum class Access { usual, owner };
-
-// Where results go: standard output as it comes, or a file that appears, or replaces another, only
-// when everything is in it.
-class Output {
-public:
-    // "-" is standard output; throws FileError
-    explicit Output(const std::string &name, Access access = Access::usual);
-    Output(const Output &) = delete;
-    Output &operator=(const Output &) = delete;
-    ~Output(); // without commit() before, nothing has happened
-
-    void write(const uint8_t *data, size_t size);
-    void commit();
-
-private:
-    std::string name_, temporary_; // temporary_ is empty for standard output and after commit()
-    Access access_;
-    int fd_;
-};
-
 // The length of a regular file; nothing for others and for what cannot be looked at.
 std::optional<uint64_t> length_of(const std::string &name);
 

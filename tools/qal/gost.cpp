@@ -7,6 +7,7 @@
 #include "gost_domains.hpp"
 #include "gost_keys.hpp"
 #include "hash.hpp"
+#include "output.hpp"
 #include "progress.hpp"
 #include "randomness.hpp"
 #include "secrets.hpp"
@@ -28,7 +29,7 @@ const char *const hash_names[] = {"gost94", "streebog-256"};
 
 struct Options {
     std::string domain, domain_file, hash, public_key_file, signature_file, ukm, output = "-";
-    bool pem = false;
+    bool pem = false, force = false;
     std::unique_ptr<SecretSource> key;
     CLI::Option *file_option = nullptr;
 };
@@ -57,9 +58,9 @@ std::string read_small_file(const std::string &name)
 }
 
 void write_output(const std::string &name, std::span<const uint8_t> data,
-                  Access access = Access::usual)
+                  Access access = Access::usual, Existing existing = Existing::replaced)
 {
-    Output output(name, access);
+    Output output(name, access, existing);
     output.write(data.data(), data.size());
     output.commit();
 }
@@ -70,7 +71,8 @@ void write_output(const std::string &name, std::string_view text)
 }
 
 // A line of hexadecimal digits that nobody else may read.
-void write_secret_line(const std::string &name, const Secret &secret)
+void write_secret_line(const std::string &name, const Secret &secret,
+                       Existing existing = Existing::replaced)
 {
     constexpr char digits[] = "0123456789abcdef";
     Secret line(2 * secret.size() + 1);
@@ -79,7 +81,7 @@ void write_secret_line(const std::string &name, const Secret &secret)
         line.data()[2 * i + 1] = static_cast<uint8_t>(digits[secret.data()[i] & 15]);
     }
     line.data()[2 * secret.size()] = '\n';
-    write_output(name, line, Access::owner);
+    write_output(name, line, Access::owner, existing);
 }
 
 // What the command line and the keys say together.
@@ -169,14 +171,15 @@ void generate(const Options &options)
     require_named_domain(options);
     const GostKeyUse use = common_use(options, {});
     const GostDomain domain = domain_of(options, use);
+    const Existing existing = options.force ? Existing::replaced : Existing::kept;
     with_random_secret([&](const Secret &d) {
         Bytes pubkey(public_key_size);
         if (rds_gen_keys(&domain.ctx, d.data(), pubkey.data()) != 0)
             return false;
         if (options.pem)
-            write_output(options.output, private_key_pem(d, use), Access::owner);
+            write_output(options.output, private_key_pem(d, use), Access::owner, existing);
         else
-            write_secret_line(options.output, d);
+            write_secret_line(options.output, d, existing);
         return true;
     });
 }
@@ -336,6 +339,7 @@ void add_gost(CLI::App &app, int &status)
     add_hash(*command, *options);
     add_pem(*command, *options);
     add_output(*command, *options);
+    command->add_flag("--force", options->force, "Replace a file that exists");
     command->callback([options, &status] {
         generate(*options);
         status = exit_success;

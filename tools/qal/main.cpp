@@ -2,6 +2,7 @@
 #include "commands.hpp"
 #include "errors.hpp"
 #include "files.hpp"
+#include "interruption.hpp"
 
 #include <cstdio>
 #include <sstream>
@@ -47,6 +48,7 @@ int run(int argc, char **argv)
 int main(int argc, char **argv)
 {
     occupy_standard_descriptors();
+    put_right_when_interrupted();
     int status = exit_failure;
     try {
         status = run(argc, argv);

@@ -1,5 +1,7 @@
 #include "progress.hpp"
 
+#include "interruption.hpp"
+
 #include <unistd.h>
 
 #include <algorithm>
@@ -60,6 +62,7 @@ void Progress::draw(double seconds)
 {
     const auto done = static_cast<double>(done_.load(std::memory_order_relaxed));
     const double mebi = 1 << 20, rate = done / seconds;
+    erase_line_when_interrupted(true);
     if (total_ == 0) {
         std::fprintf(stderr, "\r\033[K%.0f MiB, %.0f MiB/s", done / mebi, rate / mebi);
     } else {
@@ -80,6 +83,7 @@ void Progress::erase()
     if (drawn_)
         std::fputs("\r\033[K", stderr);
     drawn_ = false;
+    erase_line_when_interrupted(false);
 }
 
 } // namespace qal::tool

@@ -4,6 +4,7 @@
 #include "commands.hpp"
 #include "errors.hpp"
 #include "files.hpp"
+#include "output.hpp"
 #include "rsa_keys.hpp"
 
 #include <memory>
@@ -15,7 +16,7 @@ namespace {
 
 struct Options {
     uint32_t bits = 2048;
-    bool pem = false;
+    bool pem = false, force = false;
     std::string key, output = "-", signature, input = "-";
     CLI::Option *file_option = nullptr;
 
@@ -175,9 +176,12 @@ void add_rsa(CLI::App &app, int &status)
                 ->type_name("N");
             add_pem(command, options, "Write PEM");
             add_output(command, options);
+            command.add_flag("--force", options.force, "Replace a file that exists");
         },
         [](const Options &options) {
-            RsaPrivateKey(options.bits).write(options.output, options.format());
+            RsaPrivateKey(options.bits)
+                .write(options.output, options.format(),
+                       options.force ? Existing::replaced : Existing::kept);
             return true;
         });
     commands.add(
@@ -236,7 +240,7 @@ void add_rsa(CLI::App &app, int &status)
             add_input(command, options);
         },
         [](const Options &options) {
-            use_private_key(options, Access::owner);
+            use_private_key(options, Access::owner_if_new);
             return true;
         });
 }

@@ -4,10 +4,9 @@
 #include "errors.hpp"
 #include "files.hpp"
 #include "pem.hpp"
+#include "randomness.hpp"
 
 #include <string.h>
-#include <sys/random.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <stdexcept>
@@ -31,22 +30,6 @@ struct Numbers {
     qald *operator[](size_t i) { return number[i].data(); }
 };
 
-// From getrandom(2); without randomness there is nothing to be done.
-int generate(uint8_t *buffer, uint32_t size)
-{
-    for (uint32_t done = 0; done < size;) {
-        const ssize_t n = ::getrandom(buffer + done, size - done, 0);
-        if (n < 0 && errno == EINTR)
-            continue;
-        if (n < 0) {
-            complain(FileError("getrandom", errno).what());
-            ::_exit(exit_failure);
-        }
-        done += static_cast<uint32_t>(n);
-    }
-    return 0;
-}
-
 Secret read_file(const std::string &name)
 {
     // Larger than any key, in either format and with text before it.
@@ -63,9 +46,10 @@ Secret read_file(const std::string &name)
     return contents;
 }
 
-void write_file(const std::string &name, Access access, const uint8_t *data, size_t size)
+void write_file(const std::string &name, const uint8_t *data, size_t size,
+                Access access = Access::usual, Existing existing = Existing::replaced)
 {
-    Output output(name, access);
+    Output output(name, access, existing);
     output.write(data, size);
     output.commit();
 }
@@ -160,7 +144,7 @@ bool RsaPublicKey::is_above(const uint8_t *message) const
 void RsaPublicKey::write(const std::string &file, KeyFormat format) const
 {
     if (format == KeyFormat::library) {
-        write_file(file, Access::usual, bytes_.data(), bytes_.size());
+        write_file(file, bytes_.data(), bytes_.size());
         return;
     }
     std::vector<Secret> numbers;
@@ -170,18 +154,18 @@ void RsaPublicKey::write(const std::string &file, KeyFormat format) const
         numbers.push_back(to_secret(x.data()));
     }
     const Secret text = to_pem(to_der(numbers), public_label);
-    write_file(file, Access::usual, text.data(), text.size());
+    write_file(file, text.data(), text.size());
 }
 
 RsaPrivateKey::RsaPrivateKey(uint32_t bits)
 {
-    rsa_gen_rnd = generate;
+    rsa_gen_rnd = system_random;
     if (rsa_keygen_init(&key_, bits) != 0)
         throw std::logic_error("rsa_keygen_init failed");
     Secret random(bits / 16);
     int status;
     do {
-        generate(random.data(), static_cast<uint32_t>(random.size()));
+        system_random(random.data(), static_cast<uint32_t>(random.size()));
         // The modulus is to have all its bits: each prime is to be above 3/4 of the next power of
         // two.
         random.data()[0] |= 0xc0;
@@ -256,11 +240,11 @@ Secret RsaPrivateKey::bytes() const
     return bytes;
 }
 
-void RsaPrivateKey::write(const std::string &file, KeyFormat format) const
+void RsaPrivateKey::write(const std::string &file, KeyFormat format, Existing existing) const
 {
     if (format == KeyFormat::library) {
         const Secret contents = bytes();
-        write_file(file, Access::owner, contents.data(), contents.size());
+        write_file(file, contents.data(), contents.size(), Access::owner, existing);
         return;
     }
     // n and d = 1/e mod lcm(p - 1, q - 1), which the library does not keep.
@@ -283,7 +267,7 @@ void RsaPrivateKey::write(const std::string &file, KeyFormat format) const
           static_cast<const qald *>(x[d]), key_.p, key_.q, key_.dP, key_.dQ, key_.qInv})
         numbers.push_back(to_secret(number));
     const Secret text = to_pem(to_der(numbers), private_label);
-    write_file(file, Access::owner, text.data(), text.size());
+    write_file(file, text.data(), text.size(), Access::owner, existing);
 }
 
 } // namespace qal::tool

@@ -1,6 +1,7 @@
 // RSA keys and their files: the library's own bytes, or PEM of PKCS #1 (RFC 8017, appendix A.1).
 #pragma once
 
+#include "output.hpp"
 #include "secrets.hpp"
 
 #include <qal/rsa.h>
@@ -41,7 +42,7 @@ public:
     ~RsaPrivateKey();
 
     // The file can be read by its owner alone.
-    void write(const std::string &file, KeyFormat format) const;
+    void write(const std::string &file, KeyFormat format, Existing existing) const;
 
     [[nodiscard]] Secret bytes() const;
     [[nodiscard]] RsaPublicKey public_key() const { return RsaPublicKey(key_); }
