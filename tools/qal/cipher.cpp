@@ -20,7 +20,7 @@ namespace qal::tool {
 
 namespace {
 
-// A computation; its record holds keys and is erased when it goes.
+// A computation.
 class Cipher {
 public:
     Cipher() = default;
@@ -34,18 +34,15 @@ public:
 
 template<typename Context>
 class CipherWith : public Cipher {
-public:
-    ~CipherWith() override { explicit_bzero(&ctx_, sizeof ctx_); }
-
 protected:
-    Context ctx_;
+    SecretRecord<Context> ctx_;
 };
 
 class Ecb : public CipherWith<g28147_ecb_ctx> {
 public:
     Ecb(bool encrypt, const uint8_t *key, const uint8_t *, const uint32_t *table)
     {
-        g28147_ecb_init_ext(&ctx_, encrypt ? 1 : 0, key, table);
+        g28147_ecb_init_ext(ctx_.get(), encrypt ? 1 : 0, key, table);
     }
 
     void update(uint8_t *data, size_t size) override
@@ -53,7 +50,7 @@ public:
         if (size % 8 != 0)
             throw std::runtime_error("the input is not a whole number of blocks of 8 bytes, which "
                                      "gost28147-ecb needs");
-        g28147_ecb_update(&ctx_, data, data, size);
+        g28147_ecb_update(ctx_.get(), data, data, size);
     }
 };
 
@@ -61,30 +58,39 @@ class Gamma : public CipherWith<g28147_ofb_ctx> {
 public:
     Gamma(bool, const uint8_t *key, const uint8_t *iv, const uint32_t *table)
     {
-        g28147_ofb_init_ext(&ctx_, key, iv, table);
+        g28147_ofb_init_ext(ctx_.get(), key, iv, table);
     }
 
-    void update(uint8_t *data, size_t size) override { g28147_ofb_update(&ctx_, data, data, size); }
+    void update(uint8_t *data, size_t size) override
+    {
+        g28147_ofb_update(ctx_.get(), data, data, size);
+    }
 };
 
 class Cfb : public CipherWith<g28147_cfb_ctx> {
 public:
     Cfb(bool encrypt, const uint8_t *key, const uint8_t *iv, const uint32_t *table)
     {
-        g28147_cfb_init_ext(&ctx_, encrypt ? 1 : 0, key, iv, table);
+        g28147_cfb_init_ext(ctx_.get(), encrypt ? 1 : 0, key, iv, table);
     }
 
-    void update(uint8_t *data, size_t size) override { g28147_cfb_update(&ctx_, data, data, size); }
+    void update(uint8_t *data, size_t size) override
+    {
+        g28147_cfb_update(ctx_.get(), data, data, size);
+    }
 };
 
 class Ctr : public CipherWith<kuzn_ctr_ctx> {
 public:
     Ctr(bool, const uint8_t *key, const uint8_t *iv, const uint32_t *)
     {
-        kuzn_ctr_init(&ctx_, iv, key);
+        kuzn_ctr_init(ctx_.get(), iv, key);
     }
 
-    void update(uint8_t *data, size_t size) override { kuzn_ctr_update(&ctx_, data, data, size); }
+    void update(uint8_t *data, size_t size) override
+    {
+        kuzn_ctr_update(ctx_.get(), data, data, size);
+    }
 };
 
 template<typename Mode>
@@ -119,7 +125,7 @@ struct Options {
 };
 
 // Reads whole pieces: what pipes give is collected until a piece is full.
-size_t read_piece(Input &input, Bytes &buffer)
+size_t read_piece(Input &input, Secret &buffer)
 {
     size_t size = 0;
     while (const size_t n = input.read(buffer.data() + size, buffer.size() - size))
@@ -153,13 +159,10 @@ void run(const Options &options)
     // Plaintext is worth as much as the key.
     Output output(options.output, options.encrypt ? Access::usual : Access::owner_if_new);
     Progress progress(length_of(options.input).value_or(0));
-    struct Buffer {
-        Bytes bytes = Bytes(size_t{256} << 10);
-        ~Buffer() { explicit_bzero(bytes.data(), bytes.size()); }
-    } buffer;
-    while (const size_t size = read_piece(input, buffer.bytes)) {
-        cipher->update(buffer.bytes.data(), size);
-        output.write(buffer.bytes.data(), size);
+    Secret buffer(size_t{256} << 10);
+    while (const size_t size = read_piece(input, buffer)) {
+        cipher->update(buffer.data(), size);
+        output.write(buffer.data(), size);
         progress.advance(size);
     }
     output.commit();

@@ -41,12 +41,12 @@ void check(int code)
         throw std::logic_error("code " + std::to_string(code));
 }
 
-// One-time secrets, erased when they go.
-struct Pool : dstu_bspool {
-    Pool(const dstu_ctx &domain, qal_rnd source) { check(dstu_bspool_init(this, &domain, source)); }
-    Pool(const Pool &) = delete;
-    Pool &operator=(const Pool &) = delete;
-    ~Pool() { explicit_bzero(static_cast<dstu_bspool *>(this), sizeof(dstu_bspool)); }
+// One-time secrets.
+struct Pool : SecretRecord<dstu_bspool> {
+    Pool(const dstu_ctx &domain, qal_rnd source)
+    {
+        check(dstu_bspool_init(get(), &domain, source));
+    }
 };
 
 struct Party {
@@ -66,7 +66,7 @@ struct Party {
         Pool pool(ctx, source);
         Bytes pub(field_size());
         auto priv_len = static_cast<int32_t>(priv.size()), pub_len = ctx.field_len;
-        check(dstu_gen_keys(&ctx, &pool, &priv_len, priv.data(), &pub_len, pub.data()));
+        check(dstu_gen_keys(&ctx, pool.get(), &priv_len, priv.data(), &pub_len, pub.data()));
         return pub;
     }
 };
@@ -153,10 +153,9 @@ void print_named(const std::string &name, const std::string &before, const std::
 
 void write_secret(const std::string &name, const Secret &secret, Existing existing)
 {
-    std::string line = to_hex({secret.data(), secret.size()}) + "\n";
+    const Secret line = line_of_hex(secret);
     Output output(name, Access::owner, existing);
-    output.write(reinterpret_cast<const uint8_t *>(line.data()), line.size());
-    explicit_bzero(line.data(), line.size());
+    output.write(line.data(), line.size());
     output.commit();
 }
 
@@ -204,8 +203,8 @@ bool sign(const Options &options)
         Bytes signature(party.signature_size());
         auto size = party.ctx.sig_len;
         // Verified before anybody sees it: one that a fault has spoilt could tell the private key.
-        if (dstu_sign(&party.ctx, &pool, party.ctx.key_len, key.data(), bits, digest.data(), &size,
-                      signature.data()) != 0 ||
+        if (dstu_sign(&party.ctx, pool.get(), party.ctx.key_len, key.data(), bits, digest.data(),
+                      &size, signature.data()) != 0 ||
             dstu_verify(&party.ctx, party.ctx.field_len, pub.data(), bits, digest.data(), size,
                         signature.data()) != 0)
             throw std::runtime_error("the signature came out wrong and is not printed");

@@ -74,14 +74,7 @@ void write_output(const std::string &name, std::string_view text)
 void write_secret_line(const std::string &name, const Secret &secret,
                        Existing existing = Existing::replaced)
 {
-    constexpr char digits[] = "0123456789abcdef";
-    Secret line(2 * secret.size() + 1);
-    for (size_t i = 0; i < secret.size(); i++) {
-        line.data()[2 * i] = static_cast<uint8_t>(digits[secret.data()[i] >> 4]);
-        line.data()[2 * i + 1] = static_cast<uint8_t>(digits[secret.data()[i] & 15]);
-    }
-    line.data()[2 * secret.size()] = '\n';
-    write_output(name, line, Access::owner, existing);
+    write_output(name, line_of_hex(secret), Access::owner, existing);
 }
 
 // What the command line and the keys say together.

@@ -29,12 +29,12 @@ struct Options {
 };
 
 struct Mac {
-    g28147_hmac_ctx ctx;
+    SecretRecord<g28147_hmac_ctx> ctx;
 
-    Mac(const Secret &key, const uint32_t *table) { g28147_hmac_init_ext(&ctx, key.data(), table); }
-    Mac(const Mac &) = delete;
-    Mac &operator=(const Mac &) = delete;
-    ~Mac() { explicit_bzero(&ctx, sizeof ctx); }
+    Mac(const Secret &key, const uint32_t *table)
+    {
+        g28147_hmac_init_ext(ctx.get(), key.data(), table);
+    }
 };
 
 void absorb(Mac &mac, const std::string &name)
@@ -43,7 +43,7 @@ void absorb(Mac &mac, const std::string &name)
     Progress progress(length_of(name).value_or(0));
     Bytes buffer;
     input.read_all(buffer, [&](const uint8_t *data, size_t size) {
-        g28147_hmac_update(&mac.ctx, data, size);
+        g28147_hmac_update(mac.ctx.get(), data, size);
         progress.advance(size);
     });
 }
@@ -57,7 +57,7 @@ bool verify(const Options &options, const Secret &key, const uint32_t *table,
                                    " hexadecimal digits");
     Mac mac(key, table);
     absorb(mac, name);
-    const bool good = g28147_hmac_final_verify(&mac.ctx, expected->data());
+    const bool good = g28147_hmac_final_verify(mac.ctx.get(), expected->data());
     print(line_about(name, "", good ? ": OK" : ": FAILED"));
     return good;
 }
@@ -70,7 +70,7 @@ bool print_macs(const Secret &key, const uint32_t *table, const std::vector<std:
             Mac mac(key, table);
             absorb(mac, name);
             Bytes code(mac_size);
-            if (!g28147_hmac_final(&mac.ctx, code.data()))
+            if (!g28147_hmac_final(mac.ctx.get(), code.data()))
                 throw std::runtime_error(quote(name) +
                                          ": too short to have a MAC, which takes more than 8 "
                                          "bytes");

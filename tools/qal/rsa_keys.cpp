@@ -21,13 +21,12 @@ constexpr uint64_t public_exponent = 65537;
 // Room for products of two primes, and for what a division leaves.
 using Number = std::array<qald, QALBIG_SIZE>;
 
-// Numbers that are erased when they go.
+// Numbers that come from a private key.
 template<size_t count>
 struct Numbers {
-    std::array<Number, count> number;
+    SecretRecord<std::array<Number, count>> number;
 
-    ~Numbers() { explicit_bzero(&number, sizeof number); }
-    qald *operator[](size_t i) { return number[i].data(); }
+    qald *operator[](size_t i) { return (*number)[i].data(); }
 };
 
 Secret read_file(const std::string &name)
@@ -160,7 +159,7 @@ void RsaPublicKey::write(const std::string &file, KeyFormat format) const
 RsaPrivateKey::RsaPrivateKey(uint32_t bits)
 {
     rsa_gen_rnd = system_random;
-    if (rsa_keygen_init(&key_, bits) != 0)
+    if (rsa_keygen_init(key_.get(), bits) != 0)
         throw std::logic_error("rsa_keygen_init failed");
     Secret random(bits / 16);
     int status;
@@ -169,7 +168,7 @@ RsaPrivateKey::RsaPrivateKey(uint32_t bits)
         // The modulus is to have all its bits: each prime is to be above 3/4 of the next power of
         // two.
         random.data()[0] |= 0xc0;
-        status = rsa_keygen(&key_, random.data(), static_cast<uint32_t>(random.size()));
+        status = rsa_keygen(key_.get(), random.data(), static_cast<uint32_t>(random.size()));
     } while (status == 3);
     if (status != 0)
         throw std::logic_error("rsa_keygen failed");
@@ -188,14 +187,13 @@ RsaPrivateKey::RsaPrivateKey(const std::string &file, bool pem)
         if (!set(x[i], numbers[first + i], 128) || x[i][0] == 0)
             throw std::runtime_error(quote(file) + ": not a private key of at most 2048 bits");
     }
-    memset(&key_, 0, sizeof key_);
-    qald *const parts[] = {key_.p, key_.q, key_.dP, key_.dQ, key_.qInv};
+    qald *const parts[] = {key_->p, key_->q, key_->dP, key_->dQ, key_->qInv};
     for (size_t i = 0; i < 5; i++)
         qalcopy(parts[i], x[i]);
     check(file);
     if (whole) {
         Numbers<3> y;
-        qalmul(key_.p, key_.q, y[0]);
+        qalmul(key_->p, key_->q, y[0]);
         if (numbers[0].size() != 0 || !set(y[1], numbers[1], 256) || !set(y[2], numbers[2], 256) ||
             qalcmp(y[0], y[1]) != 0)
             throw std::runtime_error(quote(file) + ": the numbers of the key do not fit together");
@@ -208,29 +206,24 @@ RsaPrivateKey::RsaPrivateKey(const std::string &file, bool pem)
 // Primes of one length, whose product has a permitted one.
 void RsaPrivateKey::check(const std::string &file)
 {
-    const uint64_t bits = qalbitlen(key_.p, 1);
-    key_.bits = static_cast<uint32_t>(2 * bits);
-    if (rsa_is_prermitted_modsize(key_.bits) == 0 || qalbitlen(key_.q, 1) != bits)
+    const uint64_t bits = qalbitlen(key_->p, 1);
+    key_->bits = static_cast<uint32_t>(2 * bits);
+    if (rsa_is_prermitted_modsize(key_->bits) == 0 || qalbitlen(key_->q, 1) != bits)
         throw std::runtime_error(quote(file) +
                                  ": not a key of 512, 1024, 1536 or 2048 bits with two "
                                  "primes of the same length");
-    for (const qald *x : {key_.dP, key_.dQ, key_.qInv}) {
+    for (const qald *x : {key_->dP, key_->dQ, key_->qInv}) {
         if (qalbitlen(x, 1) > bits)
             throw std::runtime_error(quote(file) + ": the numbers of the key do not fit together");
     }
-    if (key_.p[1] % 2 == 0 || key_.q[1] % 2 == 0)
+    if (key_->p[1] % 2 == 0 || key_->q[1] % 2 == 0)
         throw std::runtime_error(quote(file) + ": a prime of the key is even");
-}
-
-RsaPrivateKey::~RsaPrivateKey()
-{
-    explicit_bzero(&key_, sizeof key_);
 }
 
 Secret RsaPrivateKey::bytes() const
 {
-    Secret room(5 * (key_.bits / 16) + 10);
-    if (rsa_get_privkey(&key_, room.data(), static_cast<uint32_t>(room.size())) != 0)
+    Secret room(5 * (key_->bits / 16) + 10);
+    if (rsa_get_privkey(key_.get(), room.data(), static_cast<uint32_t>(room.size())) != 0)
         throw std::logic_error("rsa_get_privkey failed");
     size_t size = 0;
     for (int i = 0; i < 5; i++)
@@ -250,11 +243,11 @@ void RsaPrivateKey::write(const std::string &file, KeyFormat format, Existing ex
     // n and d = 1/e mod lcm(p - 1, q - 1), which the library does not keep.
     enum { p1, q1, phi, gcd, lambda, n, e, d, count };
     Numbers<count> x;
-    qalsub(qalcopy(x[p1], key_.p), QALBIG_ONE);
-    qalsub(qalcopy(x[q1], key_.q), QALBIG_ONE);
+    qalsub(qalcopy(x[p1], key_->p), QALBIG_ONE);
+    qalsub(qalcopy(x[q1], key_->q), QALBIG_ONE);
     qalmul(x[p1], x[q1], x[phi]);
     qaldiv(x[phi], GCD(x[p1], x[q1], x[gcd]), x[lambda], x[phi]);
-    qalmul(key_.p, key_.q, x[n]);
+    qalmul(key_->p, key_->q, x[n]);
     qalconvert(x[e], public_exponent);
     if (qalmodd(x[lambda], public_exponent) == 0)
         throw std::runtime_error("this key has no exponent that belongs to " +
@@ -264,7 +257,7 @@ void RsaPrivateKey::write(const std::string &file, KeyFormat format, Existing ex
     std::vector<Secret> numbers;
     for (const qald *number :
          {QALBIG_ZERO, static_cast<const qald *>(x[n]), static_cast<const qald *>(x[e]),
-          static_cast<const qald *>(x[d]), key_.p, key_.q, key_.dP, key_.dQ, key_.qInv})
+          static_cast<const qald *>(x[d]), key_->p, key_->q, key_->dP, key_->dQ, key_->qInv})
         numbers.push_back(to_secret(number));
     const Secret text = to_pem(to_der(numbers), private_label);
     write_file(file, text.data(), text.size(), Access::owner, existing);

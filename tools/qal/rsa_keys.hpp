@@ -31,7 +31,7 @@ private:
     Bytes bytes_;
 };
 
-// What rsa_sign() and rsa_decrypt() take; erased when it goes.
+// What rsa_sign() and rsa_decrypt() take.
 class RsaPrivateKey {
 public:
     explicit RsaPrivateKey(uint32_t bits); // a new one
@@ -39,18 +39,17 @@ public:
     explicit RsaPrivateKey(const std::string &file, bool pem = false);
     RsaPrivateKey(const RsaPrivateKey &) = delete;
     RsaPrivateKey &operator=(const RsaPrivateKey &) = delete;
-    ~RsaPrivateKey();
 
     // The file can be read by its owner alone.
     void write(const std::string &file, KeyFormat format, Existing existing) const;
 
     [[nodiscard]] Secret bytes() const;
-    [[nodiscard]] RsaPublicKey public_key() const { return RsaPublicKey(key_); }
+    [[nodiscard]] RsaPublicKey public_key() const { return RsaPublicKey(*key_); }
 
 private:
     void check(const std::string &file);
 
-    rsa_keygen_ctx key_;
+    SecretRecord<rsa_keygen_ctx> key_;
 };
 
 } // namespace qal::tool

@@ -6,46 +6,100 @@
 
 #include <fcntl.h>
 #include <string.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
-#include <array>
+#include <algorithm>
+#include <new>
 #include <stdexcept>
+#include <utility>
 
 namespace qal::tool {
 
 namespace {
 
-// A few lines of text at most; erased at the end.
-struct Text {
-    std::array<char, 4096> characters{};
-    size_t size = 0;
-
-    ~Text() { explicit_bzero(characters.data(), characters.size()); }
-};
-
-void read_all(int fd, const std::string &name, Text &text)
+// A few lines of text at most.
+Secret read_all(int fd, const std::string &name)
 {
-    for (;;) {
-        const ssize_t n =
-            ::read(fd, text.characters.data() + text.size, text.characters.size() - text.size);
+    Secret room(4096);
+    for (size_t size = 0;;) {
+        const ssize_t n = ::read(fd, room.data() + size, room.size() - size);
         if (n < 0 && errno == EINTR)
             continue;
         if (n < 0)
             throw FileError(name, errno);
         if (n == 0)
-            return;
-        text.size += static_cast<size_t>(n);
-        if (text.size == text.characters.size())
+            return Secret(std::span<const uint8_t>(room).first(size));
+        size += static_cast<size_t>(n);
+        if (size == room.size())
             throw std::runtime_error(name + ": too long");
     }
 }
 
+size_t page_size()
+{
+    static const auto size = static_cast<size_t>(::sysconf(_SC_PAGESIZE));
+    return size;
+}
+
+// Whole pages that hold so many bytes.
+size_t pages_for(size_t size)
+{
+    return (std::max<size_t>(size, 1) + page_size() - 1) / page_size() * page_size();
+}
+
 } // namespace
+
+Secret::Secret(size_t size) : data_(nullptr), size_(size)
+{
+    // The last page is never accessible: reading on behind the bytes ends the program.
+    const size_t pages = pages_for(size);
+    void *const memory =
+        ::mmap(nullptr, pages + page_size(), PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (memory == MAP_FAILED)
+        throw std::bad_alloc();
+    if (::mprotect(memory, pages, PROT_READ | PROT_WRITE) != 0 ||
+        ::madvise(memory, pages, MADV_DONTDUMP) != 0) {
+        ::munmap(memory, pages + page_size());
+        throw std::bad_alloc();
+    }
+    // Refused beyond RLIMIT_MEMLOCK; the work is done all the same.
+    (void)::mlock(memory, pages);
+    constexpr size_t alignment = 64;
+    data_ = static_cast<uint8_t *>(memory) +
+            (pages - std::max<size_t>(size, 1)) / alignment * alignment;
+}
+
+Secret::Secret(std::span<const uint8_t> bytes) : Secret(bytes.size())
+{
+    std::copy(bytes.begin(), bytes.end(), data_);
+}
+
+Secret::Secret(Secret &&other) noexcept
+    : data_(std::exchange(other.data_, nullptr)), size_(std::exchange(other.size_, 0))
+{
+}
 
 Secret::~Secret()
 {
-    if (!bytes_.empty())
-        explicit_bzero(bytes_.data(), bytes_.size());
+    if (data_ == nullptr)
+        return;
+    explicit_bzero(data_, size_);
+    const auto address = reinterpret_cast<uintptr_t>(data_);
+    const size_t pages = pages_for(size_);
+    ::munmap(data_ - address % page_size(), pages + page_size());
+}
+
+Secret line_of_hex(const Secret &secret)
+{
+    constexpr char digits[] = "0123456789abcdef";
+    Secret line(2 * secret.size() + 1);
+    for (size_t i = 0; i < secret.size(); i++) {
+        line.data()[2 * i] = static_cast<uint8_t>(digits[secret.data()[i] >> 4]);
+        line.data()[2 * i + 1] = static_cast<uint8_t>(digits[secret.data()[i] & 15]);
+    }
+    line.data()[2 * secret.size()] = '\n';
+    return line;
 }
 
 SecretSource::SecretSource(CLI::App &command, std::string what, bool required,
@@ -81,22 +135,19 @@ std::string SecretSource::name() const
 
 Secret SecretSource::read_text() const
 {
-    Text text;
-    if (descriptor_option_->count() > 0) {
-        read_all(descriptor_, name(), text);
-    } else {
-        const int fd = ::open(file_.c_str(), O_RDONLY | O_CLOEXEC);
-        if (fd < 0)
-            throw FileError(name(), errno);
-        try {
-            read_all(fd, name(), text);
-        } catch (...) {
-            ::close(fd);
-            throw;
-        }
+    if (descriptor_option_->count() > 0)
+        return read_all(descriptor_, name());
+    const int fd = ::open(file_.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0)
+        throw FileError(name(), errno);
+    try {
+        Secret text = read_all(fd, name());
         ::close(fd);
+        return text;
+    } catch (...) {
+        ::close(fd);
+        throw;
     }
-    return Secret(std::span(reinterpret_cast<const uint8_t *>(text.characters.data()), text.size));
 }
 
 Secret SecretSource::read(size_t size) const

@@ -9,6 +9,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <type_traits>
 
 namespace CLI {
 class App;
@@ -17,29 +18,57 @@ class Option;
 
 namespace qal::tool {
 
-// Bytes that are erased when they go.
+// Bytes in pages of their own, which are left out of core dumps and, where the limit on locked
+// memory allows it, never swapped. They are erased when they go. Behind them is no memory, but for
+// what aligns them to cache lines.
 class Secret {
 public:
-    explicit Secret(size_t size) : bytes_(size) {}
-    explicit Secret(std::span<const uint8_t> bytes) : bytes_(bytes.begin(), bytes.end()) {}
-    Secret(Secret &&) = default;
+    explicit Secret(size_t size); // zeros
+    explicit Secret(std::span<const uint8_t> bytes);
+    Secret(Secret &&other) noexcept;
     Secret &operator=(Secret &&) = delete;
     Secret(const Secret &) = delete;
     Secret &operator=(const Secret &) = delete;
     ~Secret();
 
-    [[nodiscard]] uint8_t *data() { return bytes_.data(); }
-    [[nodiscard]] const uint8_t *data() const { return bytes_.data(); }
-    [[nodiscard]] size_t size() const { return bytes_.size(); }
-    operator std::span<const uint8_t>() const { return bytes_; }
+    [[nodiscard]] uint8_t *data() { return data_; }
+    [[nodiscard]] const uint8_t *data() const { return data_; }
+    [[nodiscard]] size_t size() const { return size_; }
+    operator std::span<const uint8_t>() const { return {data_, size_}; }
     [[nodiscard]] std::string_view text() const
     {
-        return {reinterpret_cast<const char *>(bytes_.data()), bytes_.size()};
+        return {reinterpret_cast<const char *>(data_), size_};
     }
 
 private:
-    Bytes bytes_;
+    uint8_t *data_;
+    size_t size_;
 };
+
+// A record of the library that holds secrets, in such memory; zeros at first.
+template<typename Record>
+class SecretRecord {
+    static_assert(std::is_trivially_copyable_v<Record> && alignof(Record) <= 64);
+
+public:
+    SecretRecord() : memory_(sizeof(Record)) {}
+
+    [[nodiscard]] Record *get() { return reinterpret_cast<Record *>(memory_.data()); }
+    [[nodiscard]] const Record *get() const
+    {
+        return reinterpret_cast<const Record *>(memory_.data());
+    }
+    Record *operator->() { return get(); }
+    const Record *operator->() const { return get(); }
+    Record &operator*() { return *get(); }
+    const Record &operator*() const { return *get(); }
+
+private:
+    Secret memory_;
+};
+
+// Hexadecimal digits and a newline.
+Secret line_of_hex(const Secret &secret);
 
 // size bytes from hexadecimal digits, between which blanks and newlines do not count; throws
 // std::runtime_error with the name otherwise.
