@@ -2,6 +2,7 @@
 // erred.
 #include <qal/dstu.h>
 #include <qal/rds.h>
+#include <qal/rsa.h>
 
 #include <dlfcn.h>
 
@@ -29,5 +30,12 @@ int dstu_sign(const dstu_ctx *ctx, dstu_bspool *pool, int32_t priv_len, const ui
     const int status =
         next(dstu_sign, "dstu_sign")(ctx, pool, priv_len, priv, hash_bits, hash, sig_len, sig);
     sig[0] ^= 1;
+    return status;
+}
+
+int rsa_sign(uint8_t *out, const uint8_t *m, int32_t mlen, const uint8_t *key)
+{
+    const int status = next(rsa_sign, "rsa_sign")(out, m, mlen, key);
+    out[mlen - 1] ^= 1;
     return status;
 }

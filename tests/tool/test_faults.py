@@ -29,6 +29,18 @@ class Faults(program.ProgramTest):
             self.assertEqual(done.stdout, b"")
             self.assertIn(b"came out wrong", done.stderr)
 
+    def test_rsa_results(self):
+        self.write("text", bytes([0]) + os.urandom(127))
+        for format in [], ["--pem"]:
+            self.qal("rsa", "genkey", "-b", "1024", *format, "--force", "-o", "key")
+            for command in "sign", "decrypt":
+                self.qal("rsa", command, "-k", "key", "text")
+                for output in [], ["-o", "result"]:
+                    done = self.erring("rsa", command, "-k", "key", *output, "text", status=1)
+                    self.assertEqual(done.stdout, b"")
+                    self.assertIn(b"came out wrong", done.stderr)
+        self.assertFalse(os.path.exists("result"))
+
 
 if __name__ == "__main__":
     program.main()

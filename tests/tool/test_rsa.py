@@ -161,6 +161,30 @@ class Keys(RsaTest):
             pem("RSA PUBLIC KEY", body),
             pem("PRIVATE KEY", body),
         ]
+        # p and q may have any order.
+        accepted.append(b"".join(parameter(x) for x in (q, p, dq, dp, pow(p, -1, q))))
+        # Each number with a bit flipped; numbers that are congruent to the right ones.
+        numbers = (p, q, dp, dq, qinv)
+        for i in range(5):
+            for bit in (1, 7, 100, 254):
+                wrong = list(numbers)
+                wrong[i] ^= 1 << bit
+                refused.append(b"".join(map(parameter, wrong)))
+                refused.append(pem(label, der(0x30, integers(whole[:4] + wrong))))
+        for i, modulus in ((2, p - 1), (3, q - 1), (4, p)):
+            wrong = list(numbers)
+            wrong[i] += modulus
+            refused.append(b"".join(map(parameter, wrong)))
+        for wrong in (d ^ 2, d + (p - 1), d + (q - 1), 0):
+            refused.append(pem(label, der(0x30, integers(whole[:3] + [wrong] + whole[4:]))))
+        # All fits, but for a p that is the product of two primes.
+        small = [int(self.run_peer("openssl", "prime", "-generate", "-bits", "128")) for _ in range(2)]
+        self.assertEqual((small[0] * small[1]).bit_length(), 256)
+        composite = small[0] * small[1]
+        made_up = (composite, q, pow(65537, -1, composite - 1), dq, pow(q, -1, composite))
+        refused.append(b"".join(map(parameter, made_up)))
+        # Equal primes have no inverse.
+        refused.append(b"".join(map(parameter, (p, p, dp, dp, qinv))))
         for key in accepted:
             self.qal("rsa", "sign", "-k", self.write("key", key), stdin=m)
         for key in refused:
@@ -239,16 +263,30 @@ class Operations(RsaTest):
         done = self.qal("rsa", "verify", "-k", "public", "-s", "s", name)
         self.assertEqual(done.stdout, b"\\a\\nb: OK\n")
 
+    def test_short_keys_are_warned_of(self):
+        for bits in (512, 1024):
+            m, c = number(bits), number(bits)
+            said = b"qal: warning: a key of 512 bits is no protection any more\n" if bits == 512 else b""
+            for arguments, options in (
+                (["genkey", "-b", str(bits), "-o", "private", "--force"], {}),
+                (["pubkey", "-k", "private", "-o", "public"], {}),
+                (["sign", "-k", "private", "-o", "s"], {"stdin": m}),
+                (["decrypt", "-k", "private"], {"stdin": c}),
+                (["encrypt", "-k", "public"], {"stdin": m}),
+                (["verify", "-k", "public", "-s", "s"], {"stdin": m}),
+            ):
+                self.assertEqual(self.qal("rsa", *arguments, **options).stderr, said)
+
     def test_messages_of_wrong_length_or_value(self):
-        self.make(512)
+        self.make(1024)
         n, _ = parameters(self.contents("public"))
-        n = n.to_bytes(64, "big")
-        for m in (b"", b"\1", bytes(63), bytes(65), bytes(1000), n, b"\xff" * 64):
+        n = n.to_bytes(128, "big")
+        for m in (b"", b"\1", bytes(127), bytes(129), bytes(1000), n, b"\xff" * 128):
             for command, key in (("sign", "private"), ("encrypt", "public"), ("decrypt", "private")):
                 done = self.qal("rsa", command, "-k", key, "-o", "out", stdin=m, status=1)
                 self.assertTrue(done.stderr.startswith(b"qal: -: not "), done.stderr)
                 self.assertFalse(os.path.exists("out"))
-        below = (int.from_bytes(n, "big") - 1).to_bytes(64, "big")
+        below = (int.from_bytes(n, "big") - 1).to_bytes(128, "big")
         self.assertEqual(self.qal("rsa", "encrypt", "-k", "public", stdin=below).stdout, below)
 
     def test_command_line(self):

@@ -31,7 +31,8 @@ constexpr char warning[] =
 
 constexpr char key_files[] =
     "Key files are the library's own bytes or PEM of PKCS #1 (RSA PRIVATE KEY, RSA PUBLIC KEY);\n"
-    "either is taken where a key is read. Public exponents are 65537.\n\n";
+    "either is taken where a key is read. Public exponents are 65537. The numbers of\n"
+    "a private key are checked when it is read, and results with the public key.\n\n";
 
 constexpr char statuses[] =
     "Exit status: 0, 1 if something could not be read or written or does not fit, 2 for a wrong\n"
@@ -67,19 +68,39 @@ void write_number(const std::string &name, const Secret &number, Access access)
     output.commit();
 }
 
+void warn_of_size(size_t bits)
+{
+    if (bits < 1024)
+        complain("warning: a key of " + std::to_string(bits) + " bits is no protection any more");
+}
+
+RsaPublicKey read_public_key(const Options &options)
+{
+    RsaPublicKey key(options.key, options.pem);
+    warn_of_size(8 * key.modulus_size());
+    return key;
+}
+
+// A result that a fault made wrong modulo one prime alone gives away the factors of the modulus
+// (Boneh, DeMillo, Lipton 1997), so none goes out that the public key does not turn back.
 void use_private_key(const Options &options, Access access)
 {
     const RsaPrivateKey key(options.key, options.pem);
-    const Secret bytes = key.bytes(), m = read_number(options.input, key.public_key());
+    const RsaPublicKey public_key = key.public_key();
+    warn_of_size(8 * public_key.modulus_size());
+    const Secret bytes = key.bytes(), m = read_number(options.input, public_key);
     Secret result(m.size());
     if (rsa_sign(result.data(), m.data(), static_cast<int32_t>(m.size()), bytes.data()) != 0)
         throw std::runtime_error(quote(options.key) + ": the key is of no use");
+    if (rsa_verify(result.data(), m.data(), static_cast<uint32_t>(m.size()), public_key.bytes()) !=
+        0)
+        throw std::runtime_error("the result came out wrong and is not written");
     write_number(options.output, result, access);
 }
 
 void encrypt(const Options &options)
 {
-    const RsaPublicKey key(options.key, options.pem);
+    const RsaPublicKey key = read_public_key(options);
     const Secret m = read_number(options.input, key);
     Secret result(m.size());
     if (rsa_encrypt(result.data(), m.data(), static_cast<uint32_t>(m.size()), key.bytes()) != 0)
@@ -89,7 +110,7 @@ void encrypt(const Options &options)
 
 bool verify(const Options &options)
 {
-    const RsaPublicKey key(options.key, options.pem);
+    const RsaPublicKey key = read_public_key(options);
     const Secret m = read_number(options.input, key);
     bool good = false;
     // A signature of another length, or one that is not below the modulus, is none.
@@ -179,6 +200,7 @@ void add_rsa(CLI::App &app, int &status)
             command.add_flag("--force", options.force, "Replace a file that exists");
         },
         [](const Options &options) {
+            warn_of_size(options.bits);
             RsaPrivateKey(options.bits)
                 .write(options.output, options.format(),
                        options.force ? Existing::replaced : Existing::kept);
@@ -192,7 +214,9 @@ void add_rsa(CLI::App &app, int &status)
             add_output(command, options);
         },
         [](const Options &options) {
-            RsaPrivateKey(options.key).public_key().write(options.output, options.format());
+            const RsaPublicKey key = RsaPrivateKey(options.key).public_key();
+            warn_of_size(8 * key.modulus_size());
+            key.write(options.output, options.format());
             return true;
         });
     const std::string about_numbers = warning + std::string(key_files);

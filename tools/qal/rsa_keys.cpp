@@ -105,6 +105,23 @@ bool set(qald *x, const Secret &number, size_t most)
     return true;
 }
 
+// Whether a b = 1 modulo m.
+bool are_inverse(const qald *a, const qald *b, const qald *m)
+{
+    Numbers<1> product;
+    qalmul(a, b, product[0]);
+    qaldiv(product[0], m, nullptr, product[0]);
+    return qalcmp(product[0], QALBIG_ONE) == 0;
+}
+
+// Whether x is the least inverse of the public exponent modulo p - 1.
+bool is_exponent_for(const qald *x, const qald *p)
+{
+    Numbers<2> number;
+    qald *const order = qalsub(qalcopy(number[0], p), QALBIG_ONE);
+    return qalcmp(x, order) < 0 && are_inverse(x, qalconvert(number[1], public_exponent), order);
+}
+
 } // namespace
 
 RsaPublicKey::RsaPublicKey(const rsa_keygen_ctx &key) : bytes_(key.bits / 8 + 7)
@@ -158,6 +175,7 @@ void RsaPublicKey::write(const std::string &file, KeyFormat format) const
 
 RsaPrivateKey::RsaPrivateKey(uint32_t bits)
 {
+    const StackCleaner cleaner;
     rsa_gen_rnd = system_random;
     if (rsa_keygen_init(key_.get(), bits) != 0)
         throw std::logic_error("rsa_keygen_init failed");
@@ -176,6 +194,8 @@ RsaPrivateKey::RsaPrivateKey(uint32_t bits)
 
 RsaPrivateKey::RsaPrivateKey(const std::string &file, bool pem)
 {
+    const StackCleaner cleaner;
+    rsa_gen_rnd = system_random; // for the bases of the tests of the primes
     const std::vector<Secret> numbers = read_numbers(file, private_label, 5, pem);
     Numbers<5> x;
     // In PEM the version, n, e and d stand before p.
@@ -192,18 +212,27 @@ RsaPrivateKey::RsaPrivateKey(const std::string &file, bool pem)
         qalcopy(parts[i], x[i]);
     check(file);
     if (whole) {
-        Numbers<3> y;
-        qalmul(key_->p, key_->q, y[0]);
-        if (numbers[0].size() != 0 || !set(y[1], numbers[1], 256) || !set(y[2], numbers[2], 256) ||
-            qalcmp(y[0], y[1]) != 0)
+        enum { product, n, e, d, count };
+        Numbers<count> y;
+        qalmul(key_->p, key_->q, y[product]);
+        if (numbers[0].size() != 0 || !set(y[n], numbers[1], 256) || !set(y[e], numbers[2], 256) ||
+            !set(y[d], numbers[3], 256) || qalcmp(y[product], y[n]) != 0)
             throw std::runtime_error(quote(file) + ": the numbers of the key do not fit together");
-        if (y[2][0] != 1 || y[2][1] != public_exponent)
+        if (y[e][0] != 1 || y[e][1] != public_exponent)
             throw std::runtime_error(quote(file) + ": the public exponent is not " +
                                      std::to_string(public_exponent));
+        for (const qald *prime : {key_->p, key_->q}) {
+            qald *const order = qalsub(qalcopy(y[product], prime), QALBIG_ONE);
+            if (!are_inverse(y[d], y[e], order))
+                throw std::runtime_error(quote(file) +
+                                         ": the numbers of the key do not fit together");
+        }
     }
 }
 
-// Primes of one length, whose product has a permitted one.
+// Primes of one length, whose product has a permitted one, and exponents and inverse that belong to
+// them: of any other key the results may tell the factors. Time depends on the numbers here. It is
+// taken once for a key, whenever it is read, and no attacker chooses anything of it.
 void RsaPrivateKey::check(const std::string &file)
 {
     const uint64_t bits = qalbitlen(key_->p, 1);
@@ -212,12 +241,15 @@ void RsaPrivateKey::check(const std::string &file)
         throw std::runtime_error(quote(file) +
                                  ": not a key of 512, 1024, 1536 or 2048 bits with two "
                                  "primes of the same length");
-    for (const qald *x : {key_->dP, key_->dQ, key_->qInv}) {
-        if (qalbitlen(x, 1) > bits)
-            throw std::runtime_error(quote(file) + ": the numbers of the key do not fit together");
+    for (const qald *prime : {key_->p, key_->q}) {
+        if (prime[1] % 2 == 0)
+            throw std::runtime_error(quote(file) + ": a prime of the key is even");
+        if (isPrime(prime) == 0)
+            throw std::runtime_error(quote(file) + ": a prime of the key is not prime");
     }
-    if (key_->p[1] % 2 == 0 || key_->q[1] % 2 == 0)
-        throw std::runtime_error(quote(file) + ": a prime of the key is even");
+    if (!is_exponent_for(key_->dP, key_->p) || !is_exponent_for(key_->dQ, key_->q) ||
+        qalcmp(key_->qInv, key_->p) >= 0 || !are_inverse(key_->qInv, key_->q, key_->p))
+        throw std::runtime_error(quote(file) + ": the numbers of the key do not fit together");
 }
 
 Secret RsaPrivateKey::bytes() const
@@ -235,11 +267,13 @@ Secret RsaPrivateKey::bytes() const
 
 void RsaPrivateKey::write(const std::string &file, KeyFormat format, Existing existing) const
 {
-    if (format == KeyFormat::library) {
-        const Secret contents = bytes();
-        write_file(file, contents.data(), contents.size(), Access::owner, existing);
-        return;
-    }
+    const Secret contents = format == KeyFormat::library ? bytes() : pem();
+    write_file(file, contents.data(), contents.size(), Access::owner, existing);
+}
+
+Secret RsaPrivateKey::pem() const
+{
+    const StackCleaner cleaner;
     // n and d = 1/e mod lcm(p - 1, q - 1), which the library does not keep.
     enum { p1, q1, phi, gcd, lambda, n, e, d, count };
     Numbers<count> x;
@@ -259,8 +293,7 @@ void RsaPrivateKey::write(const std::string &file, KeyFormat format, Existing ex
          {QALBIG_ZERO, static_cast<const qald *>(x[n]), static_cast<const qald *>(x[e]),
           static_cast<const qald *>(x[d]), key_->p, key_->q, key_->dP, key_->dQ, key_->qInv})
         numbers.push_back(to_secret(number));
-    const Secret text = to_pem(to_der(numbers), private_label);
-    write_file(file, text.data(), text.size(), Access::owner, existing);
+    return to_pem(to_der(numbers), private_label);
 }
 
 } // namespace qal::tool

@@ -47,6 +47,7 @@ public:
     [[nodiscard]] RsaPublicKey public_key() const { return RsaPublicKey(*key_); }
 
 private:
+    [[nodiscard]] Secret pem() const;
     void check(const std::string &file);
 
     SecretRecord<rsa_keygen_ctx> key_;

@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <new>
 #include <stdexcept>
 #include <utility>
@@ -88,6 +89,13 @@ Secret::~Secret()
     const auto address = reinterpret_cast<uintptr_t>(data_);
     const size_t pages = pages_for(size_);
     ::munmap(data_ - address % page_size(), pages + page_size());
+}
+
+StackCleaner::~StackCleaner()
+{
+    // More than any operation of the library uses.
+    std::array<uint8_t, 64 << 10> used;
+    explicit_bzero(used.data(), used.size());
 }
 
 Secret line_of_hex(const Secret &secret)

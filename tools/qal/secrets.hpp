@@ -67,6 +67,16 @@ private:
     Secret memory_;
 };
 
+// Clears the stack below its function when that is left, however that happens: operations of the
+// library in variable time leave pieces of their arguments there.
+class StackCleaner {
+public:
+    StackCleaner() = default;
+    StackCleaner(const StackCleaner &) = delete;
+    StackCleaner &operator=(const StackCleaner &) = delete;
+    ~StackCleaner();
+};
+
 // Hexadecimal digits and a newline.
 Secret line_of_hex(const Secret &secret);
 
