@@ -325,6 +325,18 @@ class Mistakes(GostTest):
             self.assertTrue(complaint.startswith("qal: curve: "), complaint)
             self.assertIn(reason, complaint)
 
+    def test_names_in_messages_are_quoted(self):
+        name, shown = "a b\nc", "qal: 'a b'$'\\n''c': "
+        self.write(name, b"bad")
+        self.key_pair()
+        for arguments in (
+            ["verify", "--pubkey-file", name, "--signature-file", name, "key"],
+            ["verify", "--pubkey-file", "pubkey", "--signature-file", name, "key"],
+            ["genkey", "--curve-file", name],
+        ):
+            complaint = self.complaint(*arguments)
+            self.assertTrue(complaint.startswith(shown), complaint)
+
     def test_command_lines(self):
         self.key_pair()
         for arguments in (

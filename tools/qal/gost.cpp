@@ -52,7 +52,7 @@ std::string read_small_file(const std::string &name)
     Input(name).read_all(buffer, [&](const uint8_t *data, size_t size) {
         text.append(reinterpret_cast<const char *>(data), size);
         if (text.size() > 65536)
-            throw std::runtime_error(name + ": too long");
+            throw std::runtime_error(quote(name) + ": too long");
     });
     return text;
 }
@@ -120,14 +120,15 @@ GostPrivateKey read_private_key(const Options &options)
 
 GostPublicKey read_public_key(const Options &options)
 {
-    return parse_public_key(read_small_file(options.public_key_file), options.public_key_file);
+    return parse_public_key(read_small_file(options.public_key_file),
+                            quote(options.public_key_file));
 }
 
 void require_sound(const GostDomain &domain, const GostPublicKey &key, const Options &options)
 {
     const KeyFault fault = fault_of_key(domain.ctx, key.value);
     if (fault != KeyFault::none)
-        throw std::runtime_error(options.public_key_file + ": " + description(fault));
+        throw std::runtime_error(quote(options.public_key_file) + ": " + description(fault));
 }
 
 // Of a private key, which must be from 1 to q - 1.
@@ -212,7 +213,7 @@ bool verify(const Options &options, const std::string &name)
     require_sound(domain, key, options);
     const std::string signature = read_small_file(options.signature_file);
     if (signature.size() != signature_size)
-        throw std::runtime_error(options.signature_file + ": not " +
+        throw std::runtime_error(quote(options.signature_file) + ": not " +
                                  std::to_string(signature_size) + " bytes");
     const Bytes digest = digest_of(name, use.hash);
     const bool valid = rds_verify(&domain.ctx, key.value.data(), digest.data(),

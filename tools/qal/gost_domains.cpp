@@ -2,6 +2,7 @@
 
 #include "files.hpp"
 #include "hex.hpp"
+#include "quoting.hpp"
 #include "randomness.hpp"
 #include "soundness.hpp"
 
@@ -84,11 +85,11 @@ GostDomain make(const std::string &name, const std::array<Bytes, 6> &numbers,
     case 0:
         return domain;
     case 3:
-        throw std::runtime_error(source + ": p, a or b is not possible");
+        throw std::runtime_error(quote(source) + ": p, a or b is not possible");
     case 4:
-        throw std::runtime_error(source + ": (x, y) is not on the curve");
+        throw std::runtime_error(quote(source) + ": (x, y) is not on the curve");
     default:
-        throw std::runtime_error(source + ": q is not possible");
+        throw std::runtime_error(quote(source) + ": q is not possible");
     }
 }
 
@@ -128,7 +129,7 @@ GostDomain domain_from_file(const std::string &file)
     Input(file).read_all(buffer, [&](const uint8_t *data, size_t size) {
         text.append(reinterpret_cast<const char *>(data), size);
         if (text.size() > 65536)
-            throw std::runtime_error(file + ": too long for domain parameters");
+            throw std::runtime_error(quote(file) + ": too long for domain parameters");
     });
     std::array<Bytes, 6> numbers;
     size_t line_number = 0;
@@ -146,17 +147,17 @@ GostDomain domain_from_file(const std::string &file)
                                ? std::nullopt
                                : number(trimmed(line.substr(sign + 1)));
         if (!value || !numbers.at(index).empty())
-            throw std::runtime_error(file + ": line " + std::to_string(line_number) +
+            throw std::runtime_error(quote(file) + ": line " + std::to_string(line_number) +
                                      ": not one of p, a, b, q, x and y = HEX, each once");
         numbers.at(index) = *value;
     }
     for (size_t i = 0; i < numbers.size(); i++)
         if (numbers.at(i).empty())
-            throw std::runtime_error(file + ": no " + letters[i]);
+            throw std::runtime_error(quote(file) + ": no " + letters[i]);
     GostDomain domain = make("", numbers, file);
     const DomainFault fault = fault_of(domain.ctx, system_random);
     if (fault != DomainFault::none)
-        throw std::runtime_error(file + ": " + description(fault));
+        throw std::runtime_error(quote(file) + ": " + description(fault));
     return domain;
 }
 
