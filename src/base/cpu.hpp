@@ -52,23 +52,24 @@ struct CpuidLeaf {
     return (word & bits) == bits;
 }
 
-// The features, as a set of CpuFeature, that this machine has and the cap allows.
-[[gnu::always_inline]] static inline uint32_t cpu_features(int cap)
+// What the processor and the operating system say.
+struct CpuAnswers {
+    uint32_t highest_leaf;
+    CpuidLeaf leaf1, leaf7;
+    uint32_t state; // XCR0: the registers that the operating system saves
+};
+
+// The features, as a set of CpuFeature, that the answers stand for and the cap allows.
+[[gnu::always_inline]] static inline uint32_t features_of(const CpuAnswers &answers, int cap)
 {
-#ifdef QAL_ASSUMED_CPU
-    // An emulated processor can have less to say for itself than its emulator executes.
-    if (cap != isa_cap_baseline)
-        return QAL_ASSUMED_CPU;
-#endif
-    if (cap < isa_cap_avx2 || cpuid(0, 0).eax < 7)
+    if (cap < isa_cap_avx2 || answers.highest_leaf < 7)
         return 0;
-    const CpuidLeaf leaf1 = cpuid(1, 0);
-    const CpuidLeaf leaf7 = cpuid(7, 0);
+    const CpuidLeaf &leaf1 = answers.leaf1, &leaf7 = answers.leaf7;
+    const uint32_t state = answers.state;
     uint32_t features = 0;
 
     constexpr uint32_t bmi1 = 1u << 3, avx2 = 1u << 5, bmi2 = 1u << 8, adx = 1u << 19;
-    constexpr uint32_t pclmulqdq = 1u << 1, osxsave = 1u << 27, gfni = 1u << 8,
-                       vpclmulqdq = 1u << 10;
+    constexpr uint32_t pclmulqdq = 1u << 1, gfni = 1u << 8, vpclmulqdq = 1u << 10;
     if (has_bits(leaf7.ebx, bmi2 | adx))
         features |= cpu_bmi2_adx;
     if (has_bits(leaf1.ecx, pclmulqdq))
@@ -76,9 +77,6 @@ struct CpuidLeaf {
 
     // Wide registers count only when the operating system saves them: XCR0 bits 1 and 2 for xmm and
     // ymm, 5 to 7 for masks and zmm.
-    if (!has_bits(leaf1.ecx, osxsave))
-        return features;
-    const uint32_t state = enabled_register_state();
     if (!has_bits(state, 0x06) || !has_bits(leaf7.ebx, avx2 | bmi1 | bmi2))
         return features;
     features |= cpu_avx2;
@@ -94,6 +92,22 @@ struct CpuidLeaf {
         has_bits(leaf7.ecx, vbmi | vbmi2 | gfni | vpclmulqdq))
         features |= cpu_avx512;
     return features;
+}
+
+// The features that this machine has and the cap allows.
+[[gnu::always_inline]] static inline uint32_t cpu_features(int cap)
+{
+#ifdef QAL_ASSUMED_CPU
+    // An emulated processor can have less to say for itself than its emulator executes.
+    if (cap != isa_cap_baseline)
+        return QAL_ASSUMED_CPU;
+#endif
+    CpuAnswers answers = {cpuid(0, 0).eax, cpuid(1, 0), cpuid(7, 0), 0};
+    // An operating system that sets this bit lets XCR0 be read.
+    constexpr uint32_t osxsave = 1u << 27;
+    if (has_bits(answers.leaf1.ecx, osxsave))
+        answers.state = enabled_register_state();
+    return features_of(answers, cap);
 }
 
 } // namespace qal::base

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <initializer_list>
 
 using namespace qal::base;
 
@@ -56,6 +57,85 @@ TEST(Cpu, CapsTakeFeaturesAway)
     EXPECT_EQ(cpu_features(isa_cap_baseline), 0U);
 }
 
+namespace {
+
+// What each feature needs to be offered, as the manuals of the processors number it.
+struct Need {
+    uint32_t features;
+    uint32_t CpuidLeaf::*word;
+    uint32_t bits;
+    bool in_leaf7;
+};
+
+constexpr uint32_t bits(std::initializer_list<unsigned> numbers)
+{
+    uint32_t word = 0;
+    for (const unsigned number : numbers)
+        word |= 1U << number;
+    return word;
+}
+
+const Need needs[] = {
+    {cpu_bmi2_adx, &CpuidLeaf::ebx, bits({8, 19}), true},
+    {cpu_pclmulqdq, &CpuidLeaf::ecx, bits({1}), false},
+    {cpu_avx2 | cpu_gfni | cpu_vpclmulqdq | cpu_avx512, &CpuidLeaf::ebx, bits({3, 5, 8}), true},
+    {cpu_gfni | cpu_avx512, &CpuidLeaf::ecx, bits({8}), true},
+    {cpu_vpclmulqdq | cpu_avx512, &CpuidLeaf::ecx, bits({10}), true},
+    {cpu_avx512, &CpuidLeaf::ebx, bits({16, 17, 21, 30, 31}), true},
+    {cpu_avx512, &CpuidLeaf::ecx, bits({1, 6}), true},
+};
+constexpr uint32_t every_feature = 2 * cpu_avx512 - 1;
+
+} // namespace
+
+TEST(Cpu, EachFeatureHasItsBits)
+{
+    constexpr uint32_t ones = 0xffffffff;
+    constexpr CpuidLeaf full = {ones, ones, ones, ones};
+    const CpuAnswers best = {ones, full, full, ones};
+    EXPECT_EQ(features_of(best, isa_cap_all), every_feature);
+    EXPECT_EQ(features_of(best, isa_cap_avx2), every_feature & ~cpu_avx512);
+    EXPECT_EQ(features_of(best, isa_cap_baseline), 0U);
+
+    // None of them is there without one of its bits, and other bits do not matter.
+    for (unsigned bit = 0; bit < 32; bit++) {
+        const uint32_t others = ~(1U << bit);
+        for (const bool in_leaf7 : {false, true}) {
+            for (const auto word :
+                 {&CpuidLeaf::eax, &CpuidLeaf::ebx, &CpuidLeaf::ecx, &CpuidLeaf::edx}) {
+                uint32_t lost = 0;
+                for (const Need &need : needs)
+                    if (need.in_leaf7 == in_leaf7 && need.word == word &&
+                        (need.bits & ~others) != 0)
+                        lost |= need.features;
+                CpuAnswers answers = best;
+                CpuidLeaf &leaf = in_leaf7 ? answers.leaf7 : answers.leaf1;
+                leaf.*word = others;
+                EXPECT_EQ(features_of(answers, isa_cap_all), every_feature & ~lost) << bit;
+            }
+        }
+        // Registers: 1 and 2 are of 128 and 256 bits, 5 to 7 masks and 512 bits.
+        CpuAnswers answers = best;
+        answers.state = others;
+        const bool any = bit == 1 || bit == 2, wide = bit >= 5 && bit <= 7;
+        uint32_t lost = any || wide ? cpu_avx512 : 0U;
+        if (any)
+            lost |= cpu_avx2 | cpu_gfni | cpu_vpclmulqdq;
+        EXPECT_EQ(features_of(answers, isa_cap_all), every_feature & ~lost) << bit;
+    }
+
+    // All of them are there with no other bit.
+    CpuAnswers least = {7, {}, {}, 0xe6};
+    for (const Need &need : needs) {
+        CpuidLeaf &leaf = need.in_leaf7 ? least.leaf7 : least.leaf1;
+        leaf.*need.word |= need.bits;
+    }
+    EXPECT_EQ(features_of(least, isa_cap_all), every_feature);
+    // An older processor repeats another leaf in the seventh one's place.
+    least.highest_leaf = 6;
+    EXPECT_EQ(features_of(least, isa_cap_all), 0U);
+}
+
 // The compiler's own run-time support is the second opinion.
 TEST(Cpu, AgreesWithTheCompilersRuntime)
 {
@@ -64,6 +144,8 @@ TEST(Cpu, AgreesWithTheCompilersRuntime)
     const auto has = [&](uint32_t feature) { return (features & feature) != 0; };
     EXPECT_EQ(has(cpu_avx2), __builtin_cpu_supports("avx2") != 0);
     EXPECT_EQ(has(cpu_pclmulqdq), __builtin_cpu_supports("pclmul") != 0);
+    EXPECT_EQ(has(cpu_vpclmulqdq),
+              __builtin_cpu_supports("vpclmulqdq") && __builtin_cpu_supports("avx2"));
     EXPECT_EQ(has(cpu_gfni), __builtin_cpu_supports("gfni") && __builtin_cpu_supports("avx2"));
     EXPECT_EQ(has(cpu_avx512),
               __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq") &&
