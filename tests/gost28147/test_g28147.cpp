@@ -368,6 +368,34 @@ TEST(G28147Gamma, CountersWrapWithinARun)
     }
 }
 
+// N4 counts modulo 2^32 - 1. Of a sum of many steps, the carries out of 32 bits are added at the
+// other end, and that addition may carry once more.
+TEST(G28147Gamma, CarriesThatCarry)
+{
+    Random random;
+    const Bytes key = random.bytes(32);
+    const uint32_t *table = table_of("cryptopro-b");
+    const GostModel model = model_of("cryptopro-b", key);
+    for (const uint64_t blocks : {255U, 256U}) {
+        for (uint64_t sum = 0x1fffffffc; sum <= 0x200000002; sum++) {
+            const auto n4 = static_cast<uint32_t>(sum - blocks * 0x01010104);
+            // Up to that sum, and over it.
+            for (const uint64_t length : {8 * blocks, uint64_t{8 * 300}}) {
+                g28147_ofb_ctx ctx;
+                g28147_ofb_init_ext(&ctx, key.data(), key.data(), table);
+                ctx.n3 = 1;
+                ctx.n4 = n4;
+                Bytes out(length);
+                g28147_ofb_update(&ctx, out.data(), out.data(), out.size());
+                ASSERT_EQ(out, model.gamma_from(1, n4, out.size())) << blocks << " " << sum;
+                if (length == 8 * blocks) {
+                    ASSERT_EQ(ctx.n4, sum - (sum > 0x1fffffffe ? 0x1fffffffe : 0xffffffff));
+                }
+            }
+        }
+    }
+}
+
 // The record after any length is that of byte by byte.
 TEST(G28147Gamma, SplitsAndRecords)
 {

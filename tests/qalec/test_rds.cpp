@@ -564,6 +564,53 @@ TEST(Signature, AgreesWithGeneralOperations)
     }
 }
 
+// What is right modulo q counts in its range alone.
+TEST(Signature, RightModuloTheOrderButOutOfRange)
+{
+    for (const Domain &domain : published_domains()) {
+        SCOPED_TRACE(domain.name);
+        Context ctx(domain);
+        const mpz_class &q = domain.q, d = 1234567, k = 7654321;
+        const Bytes pubkey = gen_keys(ctx, d).out;
+        const mpz_class r = modulo(domain.curve.multiple(k, domain.G).x, q);
+        // s = r d + k e
+        const auto digest_for = [&](const mpz_class &s) {
+            return modulo((s - r * d) * inverse(k, q), q);
+        };
+        EXPECT_EQ(verify(ctx, pubkey, digest_for(1), 1, r), 0);
+        EXPECT_EQ(verify(ctx, pubkey, digest_for(1), q + 1, r), 1);
+        EXPECT_EQ(verify(ctx, pubkey, digest_for(0), 0, r), 1);
+        EXPECT_EQ(verify(ctx, pubkey, digest_for(0), q, r), 1);
+    }
+    // r = x(C) mod q = 0, where C = s/e G for a public key at infinity
+    Domain domain = published_domain("cryptopro-a");
+    domain.q = domain.curve.multiple(99, domain.G).x;
+    ASSERT_GT(domain.q, mpz_class(1) << 254);
+    Context ctx(domain);
+    EXPECT_EQ(verify(ctx, Bytes(64), 1, 99, 0), 1);
+    EXPECT_EQ(verify(ctx, Bytes(64), 1, 99, domain.q), 1);
+}
+
+// A coordinate that is not below p is refused though it is right modulo p.
+TEST(Signature, RightModuloTheFieldButOutOfRange)
+{
+    Random random;
+    for (const mpz_class &p : {mpz_class(two256 - 189), next_prime(two256 / 2)}) {
+        const mpz_class a = 7, small = below(random, two256 - p), large = below(random, p);
+        for (const Affine &P : {Affine(small, large), Affine(large, small)}) {
+            const mpz_class b = modulo(P.y * P.y - (P.x * P.x + a) * P.x, p);
+            Context ctx(Domain{"", {p, a, b}, two256 - 1, P});
+            const Bytes ukm = from_hex("0000000000000001"),
+                        beyond = public_key(P.x == small ? Affine(small + p, large)
+                                                         : Affine(large, small + p));
+            EXPECT_EQ(gen_kek(ctx, 1, public_key(P), ukm).code, 0);
+            EXPECT_EQ(gen_kek(ctx, 1, beyond, ukm), refused(5, 32));
+            EXPECT_NE(verify(ctx, public_key(P), 1, 1, 1), 5);
+            EXPECT_EQ(verify(ctx, beyond, 1, 1, 1), 5);
+        }
+    }
+}
+
 TEST(Signature, VerifiesWhatIsValidAlone)
 {
     Random random;
@@ -610,6 +657,7 @@ TEST(Signature, AbscissaAboveTheOrder)
     // C = G for s = e, and the key at infinity
     EXPECT_EQ(verify(ctx, Bytes(64), 7, 7, x - q), 0);
     EXPECT_EQ(verify(ctx, Bytes(64), 7, 7, x - q + 1), 1);
+    EXPECT_EQ(verify(ctx, Bytes(64), 7, 7, x), 1);
     domain.q = (mpz_class(1) << 254) + 1; // three times below p
     Context smaller(domain);
     const mpz_class r = modulo(x, domain.q);

@@ -357,6 +357,36 @@ TEST(Dstu4145, RangesOfSignatures)
     EXPECT_EQ(dstu_verify(domain, 33, bad.data(), 256, hash.data(), 64, possible.data()), 5);
 }
 
+// Where r and s are what the hash asks for, but for their range.
+TEST(Dstu4145, EquationsHoldOutOfRange)
+{
+    for (const char *name : {"m163", "m257"}) {
+        const TestDomain domain(model_curve(name));
+        const ModelCurve &model = domain.model();
+        const ModelField &field = model.field;
+        const mpz_class d = 12345, &n = model.n, r = 7;
+        const Bytes pub = domain.public_key(d);
+        // The product with this abscissa is to come out of the hash.
+        const auto verify = [&](const mpz_class &r_half, const mpz_class &s_half, const Poly &x,
+                                const Poly &product) {
+            const Bytes hash = bytes_of(field.mul(product, field.inv(x)), (field.m + 7) / 8),
+                        sig = signature_bytes(domain, {r_half, s_half});
+            return dstu_verify(domain, size_of(pub), pub.data(), 8 * size_of(hash), hash.data(),
+                               size_of(sig), sig.data());
+        };
+        // G + r Q and r Q, for Q = -d G
+        const ModelPoint rQ = model.mul(n - r * d, model.G);
+        const Poly x1 = model.add(model.G, rQ).x;
+        EXPECT_EQ(verify(r, 1, x1, r), 0);
+        EXPECT_EQ(verify(r, n + 1, x1, r), 1);
+        EXPECT_EQ(verify(r, 0, rQ.x, r), 1);
+        EXPECT_EQ(verify(r, n, rQ.x, r), 1);
+        // What is cut off the product leaves r, also where that is 0.
+        EXPECT_EQ(verify(r, 1, x1, r + domain.scalar_bound()), 0);
+        EXPECT_EQ(verify(0, 1, model.G.x, domain.scalar_bound()), 1);
+    }
+}
+
 TEST(Dstu4145, InfinityVerifiesNothing)
 {
     in_every_domain([](TestDomain &domain) {
