@@ -94,6 +94,17 @@ struct CpuAnswers {
     return features;
 }
 
+// Leaf 1, ecx: the operating system lets XCR0 be read.
+constexpr uint32_t cpuid_osxsave = 1u << 27;
+
+[[gnu::always_inline]] static inline CpuAnswers cpu_answers()
+{
+    CpuAnswers answers = {cpuid(0, 0).eax, cpuid(1, 0), cpuid(7, 0), 0};
+    if (has_bits(answers.leaf1.ecx, cpuid_osxsave))
+        answers.state = enabled_register_state();
+    return answers;
+}
+
 // The features that this machine has and the cap allows.
 [[gnu::always_inline]] static inline uint32_t cpu_features(int cap)
 {
@@ -102,12 +113,7 @@ struct CpuAnswers {
     if (cap != isa_cap_baseline)
         return QAL_ASSUMED_CPU;
 #endif
-    CpuAnswers answers = {cpuid(0, 0).eax, cpuid(1, 0), cpuid(7, 0), 0};
-    // An operating system that sets this bit lets XCR0 be read.
-    constexpr uint32_t osxsave = 1u << 27;
-    if (has_bits(answers.leaf1.ecx, osxsave))
-        answers.state = enabled_register_state();
-    return features_of(answers, cap);
+    return features_of(cpu_answers(), cap);
 }
 
 } // namespace qal::base

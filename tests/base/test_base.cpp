@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cpuid.h>
+
 #include <algorithm>
 #include <initializer_list>
 
@@ -134,6 +136,29 @@ TEST(Cpu, EachFeatureHasItsBits)
     // An older processor repeats another leaf in the seventh one's place.
     least.highest_leaf = 6;
     EXPECT_EQ(features_of(least, isa_cap_all), 0U);
+}
+
+// As the compiler's header reads and names it.
+TEST(Cpu, AnswersAreThoseOfThisProcessor)
+{
+    const CpuAnswers answers = cpu_answers();
+    EXPECT_EQ(answers.highest_leaf, __get_cpuid_max(0, nullptr));
+    unsigned eax = 0, ebx = 0, ecx = 0, edx = 0;
+    __get_cpuid_count(7, 0, &eax, &ebx, &ecx, &edx);
+    EXPECT_EQ(answers.leaf7.ebx, ebx);
+    EXPECT_EQ(answers.leaf7.ecx, ecx);
+    __get_cpuid(1, &eax, &ebx, &ecx, &edx);
+    EXPECT_EQ(answers.leaf1.eax, eax);
+    EXPECT_EQ(answers.leaf1.ecx, ecx);
+    EXPECT_EQ(cpuid_osxsave, uint32_t{bit_OSXSAVE});
+    if ((ecx & bit_OSXSAVE) != 0) {
+        // Registers are of no use without those that they contain.
+        EXPECT_NE(answers.state & 1, 0U);
+        EXPECT_EQ((answers.state & 0x06) == 0x06, __builtin_cpu_supports("avx") != 0);
+        EXPECT_EQ((answers.state & 0xe6) == 0xe6, __builtin_cpu_supports("avx512f") != 0);
+    } else {
+        EXPECT_EQ(answers.state, 0U);
+    }
 }
 
 // The compiler's own run-time support is the second opinion.
