@@ -148,15 +148,17 @@ TEST(G28147Tables, CryptoProIsItsSetExpanded)
 
 TEST(G28147Tables, RefusedSboxesLeaveTheTableAlone)
 {
-    const Bytes good = sbox_bytes(published_sboxes().at("test-89"));
-    for (size_t i = 0; i < 128; i++) {
-        for (const unsigned value : {16U, 17U, 128U, 255U}) {
-            Bytes bad = good;
-            bad[i] = static_cast<uint8_t>(value);
-            Table table(1024, 0x5a5a5a5a);
-            EXPECT_EQ(g28147_make_kext(table.data(), bad.data()), nullptr);
-            EXPECT_EQ(table, Table(1024, 0x5a5a5a5a));
+    for (const Bytes &good : {sbox_bytes(published_sboxes().at("test-89")), Bytes(128)}) {
+        Table table(1024, 0x5a5a5a5a);
+        for (size_t i = 0; i < 128; i++) {
+            for (const unsigned value : {16U, 17U, 128U, 255U}) {
+                Bytes bad = good;
+                bad[i] = static_cast<uint8_t>(value);
+                EXPECT_EQ(g28147_make_kext(table.data(), bad.data()), nullptr);
+                EXPECT_EQ(table, Table(1024, 0x5a5a5a5a));
+            }
         }
+        EXPECT_EQ(g28147_make_kext(table.data(), good.data()), table.data());
     }
 }
 

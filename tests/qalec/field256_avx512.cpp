@@ -31,4 +31,9 @@ void field256_avx512_mul(const uint64_t *p, const uint64_t (*a)[4], const uint64
     }
 }
 
+bool field256_avx512_has_room_for(uint64_t c)
+{
+    return Field4::has_room_for(c);
+}
+
 } // namespace qal::test

@@ -29,6 +29,9 @@ Field256Variant field256_bmi2adx();
 void field256_avx512_mul(const uint64_t *p, const uint64_t (*a)[4], const uint64_t *a_top,
                          const uint64_t (*b)[4], const uint64_t *b_top, uint64_t (*r)[4]);
 
+// Whether they are numbers modulo 2^256 - c.
+bool field256_avx512_has_room_for(uint64_t c);
+
 } // namespace qal::test
 
 #endif

@@ -162,6 +162,16 @@ TEST(Engine, FieldProductsInLanes)
     }
 }
 
+// The bounds of sums are counted for c below 2^40.
+TEST(Engine, LanesHaveRoomForSmallC)
+{
+    const uint64_t least = uint64_t{1} << 40;
+    EXPECT_TRUE(field256_avx512_has_room_for(1));
+    EXPECT_TRUE(field256_avx512_has_room_for(least - 1));
+    EXPECT_FALSE(field256_avx512_has_room_for(least));
+    EXPECT_FALSE(field256_avx512_has_room_for(~uint64_t{0}));
+}
+
 TEST(Engine, Inverses)
 {
     Random random;
