@@ -33,19 +33,20 @@ import operators
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 EQUIVALENT = ROOT / "tests/mutation/equivalent.txt"
 
-# The programs that test a folder of src; those that are over sooner come first.
+# The programs that test a folder of src, in the order in which they are tried.
 PROGRAMS = {
-    "base": "base support gost28147 wiping streebog kuznyechik rsa ua qalec qalmath64",
+    "base": "dispatch base support",
     "gost28147": "gost28147 wiping",
-    "qalec": "wiping qalec",
-    "qalmath64": "wiping rsa qalmath64",
-    "rsa": "wiping rsa",
     "ru": "streebog kuznyechik wiping",
-    "ua": "wiping ua",
+    "ua": "ua wiping",
+    "rsa": "rsa wiping",
+    "qalec": "qalec wiping",
+    "qalmath64": "qalmath64 rsa wiping",
 }
-FOLDERS = {"streebog": "ru", "kuznyechik": "ru", "wiping": "secrecy"}
-QUICK = 0.2  # seconds; slower tests run only when the quick ones of all programs passed
+FOLDERS = {"dispatch": "base", "streebog": "ru", "kuznyechik": "ru", "wiping": "secrecy"}
+QUICK = 0.2  # seconds; slower tests run only when the program's quick ones passed
 JOBS = 2
+STEP = 80_000  # bytes of objects, about a second each, that are compiled before tests are asked again
 MEMORY = 8 << 30
 OUTPUT = 32 << 20
 
@@ -120,13 +121,11 @@ def stale(equivalent, changes):
 
 @dataclass
 class Program:
-    """A test program: how it is linked and how long its tests take."""
+    """A test program: how it is built, and how a copy of it is linked from changed objects."""
 
     name: str
+    path: pathlib.Path
     link: str
-    quick: list
-    slow: list
-    seconds: dict
 
 
 def limits(seconds):
@@ -142,7 +141,7 @@ def limits(seconds):
 def run_tests(path, tests, seconds, log):
     """Runs these tests until one fails. Returns that one, with what went wrong, or None."""
     command = [str(path), "--gtest_fail_fast", "--gtest_filter=" + ":".join(tests)]
-    allowed = int(3 * seconds) + 4
+    allowed = int(2 * seconds) + 3
     late = False
     with open(log, "wb") as output:
         process = subprocess.Popen(command, stdout=output, stderr=subprocess.STDOUT, stdin=subprocess.DEVNULL,
@@ -171,7 +170,7 @@ class Copy:
     """A copy of the tree and its build."""
 
     def __init__(self, work):
-        self.tree, self.build = work / "tree", work / "build"
+        self.work, self.tree, self.build = work, work / "tree", work / "build"
         self.pristine, self.mutated = work / "pristine", work / "mutated"
         self.log = work / "log"
         self.mutated.mkdir(parents=True, exist_ok=True)
@@ -204,28 +203,36 @@ class Copy:
             sys.exit(f"mutate: {shlex.join(map(str, command))}\n{result.stdout}")
         return result.stdout
 
+    def times(self, program):
+        """{test: its seconds of the processor, which others may want, too}; measured once."""
+        digest = hashlib.sha256(program.path.read_bytes()).hexdigest()
+        known = self.work / "times" / f"{program.name}.json"
+        if known.exists() and (kept := json.loads(known.read_text()))["digest"] == digest:
+            return kept["seconds"]
+        report = self.mutated / "times.json"
+        before, begun = resource.getrusage(resource.RUSAGE_CHILDREN), time.monotonic()
+        self.call(program.path, f"--gtest_output=json:{report}")
+        after, spent = resource.getrusage(resource.RUSAGE_CHILDREN), time.monotonic() - begun
+        scale = (after.ru_utime + after.ru_stime - before.ru_utime - before.ru_stime) / spent
+        seconds = {
+            f"{suite['name']}.{test['name']}": scale * float(test["time"].rstrip("s"))
+            for suite in json.loads(report.read_text())["testsuites"]
+            for test in suite["testsuite"]
+            if test["status"] == "RUN"
+        }
+        known.parent.mkdir(exist_ok=True)
+        known.write_text(json.dumps({"digest": digest, "seconds": seconds}))
+        return seconds
+
     def prepare(self, names):
-        """Builds the programs as they are, runs them, and learns what depends on what."""
+        """Builds the programs as they are, and learns what depends on what."""
         target = {name: f"tests/{FOLDERS.get(name, name)}/test_{name}" for name in names}
         self.call("cmake", "--build", self.build, "-j", JOBS, "--target", *(f"test_{name}" for name in names))
         self.programs = {}
         for name in names:
-            report = self.mutated / "times.json"
-            before, begun = resource.getrusage(resource.RUSAGE_CHILDREN), time.monotonic()
-            self.call(self.build / target[name], f"--gtest_output=json:{report}")
-            after, spent = resource.getrusage(resource.RUSAGE_CHILDREN), time.monotonic() - begun
-            # Of the processor, which others may want, too.
-            scale = (after.ru_utime + after.ru_stime - before.ru_utime - before.ru_stime) / spent
-            seconds = {
-                f"{suite['name']}.{test['name']}": scale * float(test["time"].rstrip("s"))
-                for suite in json.loads(report.read_text())["testsuites"]
-                for test in suite["testsuite"]
-                if test["status"] == "RUN"
-            }
             link = self.call("ninja", "-C", self.build, "-t", "commands", target[name]).splitlines()[-1]
             link = link.replace(f" -o {target[name]} ", f" -o {self.mutated / name} ")
-            self.programs[name] = Program(name, link, [t for t in seconds if seconds[t] < QUICK],
-                                          [t for t in seconds if seconds[t] >= QUICK], seconds)
+            self.programs[name] = Program(name, self.build / target[name], link)
         commands = json.loads((self.build / "compile_commands.json").read_text())
         self.compile = {
             re.search(r" -o (\S+\.o) ", command["command"]).group(1): command["command"] for command in commands
@@ -265,57 +272,77 @@ class Copy:
             if (self.pristine / name).exists():
                 shutil.copy2(self.pristine / name, self.build / name)
 
-    def try_programs(self, programs):
-        """The first test that fails, or None."""
-        for program in programs:
-            linked = subprocess.run(program.link, shell=True, cwd=self.build, stdout=subprocess.DEVNULL,
-                                    stderr=subprocess.DEVNULL)
-            if linked.returncode != 0:
-                return f"test_{program.name} (does not link)"
-        for tests in ("quick", "slow"):
-            for program in programs:
-                chosen = getattr(program, tests)
-                if not chosen:
-                    continue
-                failed = run_tests(self.mutated / program.name, chosen, sum(program.seconds[t] for t in chosen),
-                                   self.log)
-                if failed is not None:
-                    return failed
+    def try_program(self, program, kinds):
+        """The first test of these kinds that fails, or None."""
+        linked = subprocess.run(program.link, shell=True, cwd=self.build, stdout=subprocess.DEVNULL,
+                                stderr=subprocess.DEVNULL)
+        if linked.returncode != 0:
+            return f"test_{program.name} (does not link)"
+        seconds = self.times(program)
+        quick = [test for test in seconds if seconds[test] < QUICK]
+        slow = sorted(seconds.keys() - quick, key=seconds.get)
+        runs = [quick] * ("quick" in kinds and bool(quick)) + [[test] for test in slow if "slow" in kinds]
+        for chosen in runs:
+            failed = run_tests(self.mutated / program.name, chosen, sum(seconds[test] for test in chosen), self.log)
+            if failed is not None:
+                return failed
         return None
 
     def try_change(self, change):
         """(what became of it, the test that noticed it)"""
-        programs = [self.programs[name] for name in PROGRAMS[folder(change.file)].split()]
         depending = self.objects[change.file]
-        library = [name for name in depending if name.startswith("src/")]
-        in_tests = [name for name in depending
-                    if any(f"/test_{program.name}.dir/" in name for program in programs)]
         path = self.tree / change.file
         original, times = path.read_text(), path.stat()
         lines = original.split("\n")
         lines[change.line - 1] = change.after
         path.write_text("\n".join(lines))
+        made = []
         try:
-            changed = self.recompile(library)
-            if changed is None:
-                return REFUSED, ""
-            if changed:
-                failed = self.try_programs(programs)
-                if failed is not None:
-                    return CAUGHT, failed
-            # Tests can have the header's code in themselves.
-            changed_tests = self.recompile(in_tests)
-            if changed_tests is None:
-                return REFUSED, ""
-            if changed_tests:
-                failed = self.try_programs(programs)
-                if failed is not None:
-                    return CAUGHT, failed
-            return (SURVIVED, "") if changed or changed_tests else (SAME_CODE, "")
+            differs = False
+            # What includes a header elsewhere is tried when its own folder has noticed nothing.
+            for where in sorted(PROGRAMS, key=lambda name: name != folder(change.file)):
+                programs = [self.programs[name] for name in PROGRAMS[where].split()]
+                if "wipe" in change.before:
+                    programs.sort(key=lambda program: program.name != "wiping")
+                differs_here = False
+                # Tests can have the header's code in themselves.
+                of_here = [f"src/CMakeFiles/qal_objects.dir/{where}/"] + [
+                    f"/test_{program.name}.dir/" for program in programs]
+                steps = self.steps([name for name in depending if name not in made
+                                    and any(part in name for part in of_here)])
+                for number, step in enumerate(steps, start=1):
+                    made += step
+                    changed = self.recompile(step)
+                    if changed is None:
+                        return REFUSED, ""
+                    differs_here |= bool(changed)
+                    # A part of them may be enough, and the rest need not be compiled.
+                    if changed and number < len(steps):
+                        failed = self.try_program(programs[0], ["quick"])
+                        if failed is not None:
+                            return CAUGHT, failed
+                if differs_here:
+                    for program in programs:
+                        failed = self.try_program(program, ["quick", "slow"])
+                        if failed is not None:
+                            return CAUGHT, failed
+                differs |= differs_here
+            return (SURVIVED, "") if differs else (SAME_CODE, "")
         finally:
             path.write_text(original)
             os.utime(path, ns=(times.st_atime_ns, times.st_mtime_ns))
-            self.restore(depending)
+            self.restore(made)
+
+    def steps(self, objects):
+        """The objects in steps of some size, those of the library first, small ones first."""
+        found, size = [], STEP
+        for name in sorted(objects, key=lambda name: (not name.startswith("src/"), (self.build / name).stat().st_size)):
+            if size >= STEP:
+                found.append([])
+                size = 0
+            found[-1].append(name)
+            size += STEP // 4 + (self.build / name).stat().st_size
+        return found
 
 
 def share(results):
@@ -376,9 +403,8 @@ def main(arguments):
     if not chosen:
         sys.exit("mutate: nothing to change")
 
-    wanted = {name for change in chosen for name in PROGRAMS[folder(change.file)].split()}
     copy = Copy(options.work.resolve())
-    copy.prepare(sorted(wanted))
+    copy.prepare(sorted({name for names in PROGRAMS.values() for name in names.split()}))
     results = []
     for number, change in enumerate(chosen, start=1):
         begun = time.monotonic()

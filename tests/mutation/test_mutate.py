@@ -4,6 +4,7 @@ import os
 import pathlib
 import sys
 import tempfile
+import types
 import unittest
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
@@ -144,6 +145,18 @@ class Verdict(unittest.TestCase):
 
     def test_did_not_end(self):
         self.assertEqual(self.verdict("echo '[ RUN      ] A.b'; while :; do :; done", -1), "A.b (time limit)")
+
+
+class Steps(unittest.TestCase):
+    def test_all_objects_small_ones_of_the_library_first(self):
+        sizes = {"tests/a.o": 1, "src/large.o": 10 * mutate.STEP, "src/small.o": 2, "src/smaller.o": 1}
+        with tempfile.TemporaryDirectory() as directory:
+            build = pathlib.Path(directory)
+            for name, size in sizes.items():
+                (build / name).parent.mkdir(exist_ok=True)
+                (build / name).write_bytes(bytes(size))
+            steps = mutate.Copy.steps(types.SimpleNamespace(build=build), list(sizes))
+        self.assertEqual(steps, [["src/smaller.o", "src/small.o", "src/large.o"], ["tests/a.o"]])
 
 
 class Summary(unittest.TestCase):
