@@ -70,18 +70,28 @@ TEST_F(Wiping, Kuznyechik)
 TEST_F(Wiping, Gost28147)
 {
     const Bytes key = random.bytes(32), iv = random.bytes(8);
-    for (const size_t size : {8U, 64U, 4096U}) {
+    for (const size_t size : {8U, 64U, 71U, 500U, 4096U, 4103U}) {
         const Bytes text = random.bytes(size);
-        Bytes out(size), back(size);
+        Bytes out(size), back(size), gamma(size);
+        // The text, what covers it, and the part of a block at its end.
         const auto check = [&](const char *what) {
             EXPECT_FALSE(stack.holds(key)) << what << " " << size;
-            EXPECT_FALSE(stack.holds(text)) << what << " " << size;
+            const size_t whole = size / 8 * 8, part = size % 8 > 0 ? whole : whole - 8;
+            for (size_t i = 0; i < size; i++)
+                gamma[i] = text[i] ^ out[i];
+            for (const Bytes &bytes : {text, gamma}) {
+                EXPECT_FALSE(stack.holds({bytes.begin(), bytes.begin() + 8}))
+                    << what << " " << size;
+                EXPECT_FALSE(
+                    stack.holds({bytes.begin() + static_cast<ptrdiff_t>(part), bytes.end()}))
+                    << what << " " << size;
+            }
         };
         for (const int mode : {0, 1}) {
             g28147_ecb_ctx ecb;
             stack.run([&] { g28147_ecb_init_ext(&ecb, mode, key.data(), CryptoPro_uz); });
             check("ecb init");
-            stack.run([&] { g28147_ecb_update(&ecb, text.data(), out.data(), size); });
+            stack.run([&] { g28147_ecb_update(&ecb, text.data(), out.data(), size / 8 * 8); });
             check("ecb");
         }
         g28147_ofb_ctx ofb;
