@@ -72,7 +72,7 @@ def _word_swaps():
 SWAPS = _word_swaps()
 STATEMENT = re.compile(r"\s*(?!(?:return|using|typedef|extern|namespace|goto|case|static_assert)\b)"
                        r"[^#\s{}][^{}]*;\s*$")
-ARRAY = re.compile(r"^\s*(?:(?:const|constexpr|static|alignas\(\w+\)) )*(?!return\b)[A-Za-z_][\w:]*(?:<[^;]*>)? "
+ARRAY = re.compile(r"^\s*(?:(?:const|constexpr|static|typedef|alignas\(\w+\)) )*(?!return\b)[A-Za-z_][\w:]*(?:<[^;]*>)? "
                    r"\*?\w+(?:\[[^]]*\])+(?:, \w+(?:\[[^]]*\])+)*(?=;| = )")
 DECLARATION = re.compile(r"\s*(?:const(?:expr)?|static|\[\[|alignas|unsigned|auto)\b|"
                          r"\s*(?:[\w:<>]+ )+[*&]*\w+(?:\[[^]]*\])*(?:;| = |\(|\{)")

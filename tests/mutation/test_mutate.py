@@ -50,7 +50,7 @@ class Operators(unittest.TestCase):
 
     def test_nothing_that_is_no_code(self):
         for text in ("// a + b", "/* a + b\n 1 */", "#define N 3", 'f("a + 1"', "static_assert(N == 3);",
-                     "    [[gnu::aligned(64)]]", "    uint8_t bytes[16];"):
+                     "    [[gnu::aligned(64)]]", "    uint8_t bytes[16];", "typedef qald Sum[1 + digits];"):
             self.assertEqual(after(text), [], text)
 
     def test_assembly(self):
