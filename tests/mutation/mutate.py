@@ -34,16 +34,17 @@ ROOT = pathlib.Path(__file__).resolve().parents[2]
 EQUIVALENT = ROOT / "tests/mutation/equivalent.txt"
 
 # The programs that test a folder of src, in the order in which they are tried.
+WIPING = "wiping wiping_avx2 wiping_baseline"
 PROGRAMS = {
     "base": "dispatch base support",
-    "gost28147": "gost28147 wiping",
-    "ru": "streebog kuznyechik wiping",
-    "ua": "ua wiping",
-    "rsa": "rsa wiping",
-    "qalec": "qalec wiping",
-    "qalmath64": "qalmath64 rsa wiping",
+    "gost28147": f"gost28147 {WIPING}",
+    "ru": f"streebog kuznyechik {WIPING}",
+    "ua": f"ua {WIPING}",
+    "rsa": f"rsa {WIPING}",
+    "qalec": f"qalec {WIPING}",
+    "qalmath64": f"qalmath64 rsa {WIPING}",
 }
-FOLDERS = {"dispatch": "base", "streebog": "ru", "kuznyechik": "ru", "wiping": "secrecy"}
+FOLDERS = {"dispatch": "base", "streebog": "ru", "kuznyechik": "ru", **dict.fromkeys(WIPING.split(), "secrecy")}
 QUICK = 0.2  # seconds; slower tests run only when the program's quick ones passed
 JOBS = 2
 STEP = 80_000  # bytes of objects, about a second each, that are compiled before tests are asked again
@@ -303,7 +304,7 @@ class Copy:
             for where in sorted(PROGRAMS, key=lambda name: name != folder(change.file)):
                 programs = [self.programs[name] for name in PROGRAMS[where].split()]
                 if "wipe" in change.before:
-                    programs.sort(key=lambda program: program.name != "wiping")
+                    programs.sort(key=lambda program: program.name not in WIPING.split())
                 differs_here = False
                 # Tests can have the header's code in themselves.
                 of_here = [f"src/CMakeFiles/qal_objects.dir/{where}/"] + [
