@@ -73,25 +73,22 @@ TEST_F(Wiping, Gost28147)
     for (const size_t size : {8U, 64U, 71U, 500U, 4096U, 4103U}) {
         const Bytes text = random.bytes(size);
         Bytes out(size), back(size), gamma(size);
-        // The text, what covers it, and the part of a block at its end.
+        // The part of a block at the end as it is filled up.
+        Bytes last(text.begin() + static_cast<ptrdiff_t>((size - 1) / 8 * 8), text.end());
+        last.resize(8);
         const auto check = [&](const char *what) {
-            EXPECT_FALSE(stack.holds(key)) << what << " " << size;
-            const size_t whole = size / 8 * 8, part = size % 8 > 0 ? whole : whole - 8;
             for (size_t i = 0; i < size; i++)
                 gamma[i] = text[i] ^ out[i];
-            for (const Bytes &bytes : {text, gamma}) {
-                EXPECT_FALSE(stack.holds({bytes.begin(), bytes.begin() + 8}))
-                    << what << " " << size;
-                EXPECT_FALSE(
-                    stack.holds({bytes.begin() + static_cast<ptrdiff_t>(part), bytes.end()}))
-                    << what << " " << size;
-            }
+            for (const Bytes &bytes : {key, text, last, gamma})
+                EXPECT_FALSE(stack.holds(bytes)) << what << " " << size;
         };
         for (const int mode : {0, 1}) {
             g28147_ecb_ctx ecb;
             stack.run([&] { g28147_ecb_init_ext(&ecb, mode, key.data(), CryptoPro_uz); });
             check("ecb init");
-            stack.run([&] { g28147_ecb_update(&ecb, text.data(), out.data(), size / 8 * 8); });
+            const size_t whole = size / 8 * 8;
+            stack.run([&] { g28147_ecb_update(&ecb, text.data(), out.data(), whole); });
+            EXPECT_TRUE(mode == 1 || !stack.holds(out)) << "ecb " << size;
             check("ecb");
         }
         g28147_ofb_ctx ofb;
