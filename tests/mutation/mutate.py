@@ -142,7 +142,7 @@ def limits(seconds):
 def run_tests(path, tests, seconds, log):
     """Runs these tests until one fails. Returns that one, with what went wrong, or None."""
     command = [str(path), "--gtest_fail_fast", "--gtest_filter=" + ":".join(tests)]
-    allowed = int(2 * seconds) + 3
+    allowed = max(1, int(2 * seconds) + 2)
     late = False
     with open(log, "wb") as output:
         process = subprocess.Popen(command, stdout=output, stderr=subprocess.STDOUT, stdin=subprocess.DEVNULL,
@@ -307,10 +307,8 @@ class Copy:
                     programs.sort(key=lambda program: program.name not in WIPING.split())
                 differs_here = False
                 # Tests can have the header's code in themselves.
-                of_here = [f"src/CMakeFiles/qal_objects.dir/{where}/"] + [
-                    f"/test_{program.name}.dir/" for program in programs]
-                steps = self.steps([name for name in depending if name not in made
-                                    and any(part in name for part in of_here)])
+                of_here = re.compile(rf"src/.*\.dir/{where}/|tests/.*/test_({'|'.join(PROGRAMS[where].split())})\.dir/")
+                steps = self.steps([name for name in depending if name not in made and of_here.match(name)])
                 for number, step in enumerate(steps, start=1):
                     made += step
                     changed = self.recompile(step)
