@@ -4,6 +4,8 @@
 #include "qalec/field256.hpp"
 #include "qalec/invert256.hpp"
 
+#include <algorithm>
+
 namespace qal::test {
 namespace {
 
@@ -74,11 +76,22 @@ void invert(const uint64_t *p, const uint64_t *a, const uint64_t * /*b*/, uint64
     store(r, z);
 }
 
+void apply_batch(const uint64_t *p, const int64_t *uvqr, int64_t *d, int64_t *e)
+{
+    Signed62 signed_d, signed_e;
+    std::copy_n(d, 5, signed_d.v);
+    std::copy_n(e, 5, signed_e.v);
+    apply_modulo(signed_d, signed_e, {uvqr[0], uvqr[1], uvqr[2], uvqr[3]}, to_signed62(load(p)),
+                 (0 - constant(p[0])) & low62);
+    std::copy_n(signed_d.v, 5, d);
+    std::copy_n(signed_e.v, 5, e);
+}
+
 } // namespace
 
 Field256Variant QAL_FIELD256_VARIANT()
 {
-    return {operations<SpecialField>(), operations<MontgomeryField>(), invert};
+    return {operations<SpecialField>(), operations<MontgomeryField>(), invert, apply_batch};
 }
 
 } // namespace qal::test

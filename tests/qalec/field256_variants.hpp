@@ -19,6 +19,9 @@ struct Field256Variant {
     Field256 special, montgomery;
     // r = 1 / a, and in r[4] all ones if there is one
     Field256::Operation *invert;
+    // A batch of inversion: (d, e) become (u d + v e, q d + r e) / 2^62 modulo p, in five limbs of
+    // 62 bits, the uppermost of which has the sign. uvqr are at most 2^62.
+    void (*apply_modulo)(const uint64_t *p, const int64_t *uvqr, int64_t *d, int64_t *e);
 };
 
 Field256Variant field256_portable();

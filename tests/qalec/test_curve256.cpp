@@ -8,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+
 using namespace qal::test;
 using namespace qal::ec;
 
@@ -170,6 +172,73 @@ TEST(Engine, LanesHaveRoomForSmallC)
     EXPECT_TRUE(field256_avx512_has_room_for(least - 1));
     EXPECT_FALSE(field256_avx512_has_room_for(least));
     EXPECT_FALSE(field256_avx512_has_room_for(~uint64_t{0}));
+}
+
+// What the batches of an inversion promise each other, which its result rarely depends on: from
+// (-2p, p) they stay there, for all multipliers there can be.
+TEST(Engine, BatchesOfInversionsKeepTheirBounds)
+{
+    using Limbs = std::array<int64_t, 5>;
+    const auto limbs_of = [](mpz_class x) {
+        Limbs limbs;
+        for (int64_t &limb : limbs) {
+            const mpz_class low = modulo(x, mpz_class(1) << 62);
+            limb = &limb == &limbs.back() ? x.get_si() : low.get_si();
+            x = (x - low) >> 62;
+        }
+        return limbs;
+    };
+    const auto value_of_limbs = [](const Limbs &limbs) {
+        mpz_class x = 0;
+        for (size_t i = limbs.size(); i-- > 0;)
+            x = (x << 62) + limbs[i];
+        return x;
+    };
+    const int64_t most = int64_t{1} << 62;
+    const std::vector<std::array<int64_t, 2>> extremes = {{most, 0},
+                                                          {-most, 0},
+                                                          {0, most},
+                                                          {0, -most},
+                                                          {most - 1, 1},
+                                                          {1 - most, 1},
+                                                          {most - 1, -1},
+                                                          {1 - most, -1},
+                                                          {1, most - 1},
+                                                          {-1, 1 - most},
+                                                          {most / 2, most / 2},
+                                                          {-most / 2, -most / 2},
+                                                          {most / 2 - 1, most / 2},
+                                                          {1, 0}};
+    Random random;
+    for (const auto &[name, variant] : variants()) {
+        for (const Modulus &modulus : moduli(random)) {
+            const mpz_class &p = modulus.p;
+            SCOPED_TRACE(std::string(name) + ", p = " + p.get_str(16));
+            Digits4 P;
+            export_digits(P, p);
+            const auto within = [&] {
+                const mpz_class edges[] = {1 - 2 * p, -p - 1, -p, 1 - p, -1, 0, 1, p - 1};
+                const size_t i = random.below(12);
+                return i < 8 ? edges[i] : mpz_class(below(random, 3 * p - 1) - 2 * p + 1);
+            };
+            for (int round = 0; round < 1'000; round++) {
+                const auto &[u, v] = extremes[random.below(extremes.size())];
+                const auto &[q, r] = extremes[random.below(extremes.size())];
+                const mpz_class d = within(), e = within();
+                Limbs new_d = limbs_of(d), new_e = limbs_of(e);
+                const int64_t uvqr[] = {u, v, q, r};
+                variant.apply_modulo(P, uvqr, new_d.data(), new_e.data());
+                const auto check = [&](const Limbs &limbs, int64_t a, int64_t b) {
+                    const mpz_class x = value_of_limbs(limbs);
+                    ASSERT_EQ(modulo((x << 62) - (a * d + b * e), p), 0) << a << " " << b;
+                    ASSERT_GT(x, -2 * p) << a << " " << b << " " << d << " " << e;
+                    ASSERT_LT(x, p) << a << " " << b << " " << d << " " << e;
+                };
+                check(new_d, u, v);
+                check(new_e, q, r);
+            }
+        }
+    }
 }
 
 TEST(Engine, Inverses)

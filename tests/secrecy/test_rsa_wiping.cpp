@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <tuple>
+#include <utility>
 
 using namespace qal::test;
 
@@ -24,9 +25,16 @@ TEST(RsaWiping, PrivateOperation)
 {
     Random random;
     MarkedStack stack;
-    for (const size_t bits : {512U, 1024U, 1536U, 2048U}) {
-        SCOPED_TRACE(bits);
-        const ModelKey key = random_key(random, bits / 2, bits / 2);
+    // Primes of different lengths take a way of their own.
+    for (const auto &[p_bits, q_bits] : {std::pair<size_t, size_t>{256, 256},
+                                         {512, 512},
+                                         {576, 448},
+                                         {448, 576},
+                                         {768, 768},
+                                         {1024, 1024}}) {
+        SCOPED_TRACE(p_bits);
+        const size_t bits = p_bits + q_bits;
+        const ModelKey key = random_key(random, p_bits, q_bits);
         const Bytes blob = key.private_blob();
         Bytes m = random.bytes(bits / 8), out(bits / 8);
         m.front() = 0;
@@ -46,6 +54,27 @@ TEST(RsaWiping, PrivateOperation)
         expect_wiped(stack, s % key.p, "s mod p");
         expect_wiped(stack, s % key.q, "s mod q");
         expect_wiped(stack, s / key.q, "h");
+    }
+}
+
+// Nothing of the key is secret, but the message is.
+TEST(RsaWiping, Encryption)
+{
+    Random random;
+    MarkedStack stack;
+    for (const size_t bits : {512U, 1024U, 1536U, 2048U}) {
+        SCOPED_TRACE(bits);
+        const ModelKey key = random_key(random, bits / 2, bits / 2);
+        const Bytes blob = key.public_blob();
+        Bytes m = random.bytes(bits / 8), out(bits / 8);
+        m.front() = 0;
+        stack.run([&] {
+            std::ignore =
+                rsa_encrypt(out.data(), m.data(), static_cast<uint32_t>(m.size()), blob.data());
+        });
+        const mpz_class message = from_bytes(m);
+        expect_wiped(stack, message, "m");
+        expect_wiped(stack, (message << bits) % key.n, "m in Montgomery form");
     }
 }
 
