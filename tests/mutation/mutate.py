@@ -35,16 +35,18 @@ EQUIVALENT = ROOT / "tests/mutation/equivalent.txt"
 
 # The programs that test a folder of src, in the order in which they are tried.
 WIPING = "wiping wiping_avx2 wiping_baseline"
+BINARY_WIPING = "binary_wiping_all binary_wiping_avx2 binary_wiping_baseline"
 PROGRAMS = {
     "base": "dispatch base support",
     "gost28147": f"gost28147 {WIPING}",
     "ru": f"streebog kuznyechik {WIPING}",
-    "ua": f"ua {WIPING}",
+    "ua": f"ua {BINARY_WIPING} {WIPING}",
     "rsa": f"rsa {WIPING}",
     "qalec": f"qalec {WIPING}",
     "qalmath64": f"qalmath64 rsa {WIPING}",
 }
-FOLDERS = {"dispatch": "base", "streebog": "ru", "kuznyechik": "ru", **dict.fromkeys(WIPING.split(), "secrecy")}
+FOLDERS = {"dispatch": "base", "streebog": "ru", "kuznyechik": "ru",
+           **dict.fromkeys(f"{WIPING} {BINARY_WIPING}".split(), "secrecy")}
 QUICK = 0.2  # seconds; slower tests run only when the program's quick ones passed
 JOBS = 2
 STEP = 80_000  # bytes of objects, about a second each, that are compiled before tests are asked again
@@ -304,7 +306,7 @@ class Copy:
             for where in sorted(PROGRAMS, key=lambda name: name != folder(change.file)):
                 programs = [self.programs[name] for name in PROGRAMS[where].split()]
                 if "wipe" in change.before:
-                    programs.sort(key=lambda program: program.name not in WIPING.split())
+                    programs.sort(key=lambda program: "wiping" not in program.name)
                 differs_here = False
                 # Tests can have the header's code in themselves.
                 of_here = re.compile(rf"src/.*\.dir/{where}/|tests/.*/test_({'|'.join(PROGRAMS[where].split())})\.dir/")
