@@ -47,7 +47,8 @@ constexpr DstuDomain known[] = {
 // A number of hexadecimal digits as bytes, least significant first.
 Bytes number(std::string_view digits)
 {
-    Bytes bytes = from_hex((digits.size() % 2 == 0 ? "" : "0") + std::string(digits)).value();
+    std::string pairs(digits.size() % 2, '0');
+    Bytes bytes = from_hex(pairs.append(digits)).value();
     std::reverse(bytes.begin(), bytes.end());
     return bytes;
 }

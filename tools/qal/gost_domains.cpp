@@ -67,7 +67,8 @@ constexpr std::string_view letters = "pabqxy";
 
 std::optional<Bytes> number(std::string_view text)
 {
-    const auto bytes = from_hex((text.size() % 2 ? "0" : "") + std::string(text));
+    std::string pairs(text.size() % 2, '0');
+    const auto bytes = from_hex(pairs.append(text));
     if (!bytes || bytes->empty() || bytes->size() > 32)
         return std::nullopt;
     Bytes aligned(32 - bytes->size());
