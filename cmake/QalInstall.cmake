@@ -15,9 +15,22 @@ write_basic_package_version_file(${CMAKE_CURRENT_BINARY_DIR}/qalConfigVersion.cm
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/qalConfig.cmake ${CMAKE_CURRENT_BINARY_DIR}/qalConfigVersion.cmake
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/qal COMPONENT development)
 
+# The file finds the prefix from its own place, so that it holds for any prefix of the installation and
+# may be moved. If the libraries have an absolute directory, that place tells nothing of the prefix.
+if(IS_ABSOLUTE "${CMAKE_INSTALL_LIBDIR}")
+  set(qal_pc_prefix "${CMAKE_INSTALL_PREFIX}")
+else()
+  cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX
+    BASE_DIRECTORY "${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_LIBDIR}/pkgconfig" OUTPUT_VARIABLE qal_pc_up)
+  set(qal_pc_prefix "\${pcfiledir}/${qal_pc_up}")
+endif()
 # Appending gives ${prefix}/lib for a relative directory and the directory itself for an absolute one.
 cmake_path(APPEND qal_pc_libdir "\${prefix}" "${CMAKE_INSTALL_LIBDIR}")
 cmake_path(APPEND qal_pc_includedir "\${prefix}" "${CMAKE_INSTALL_INCLUDEDIR}")
+# Spaces are escaped, as they are in ${pcfiledir}; within quotes that would not be undone.
+foreach(path qal_pc_prefix qal_pc_libdir qal_pc_includedir)
+  string(REPLACE " " "\\ " ${path} "${${path}}")
+endforeach()
 configure_file(cmake/qal.pc.in qal.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/qal.pc
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)

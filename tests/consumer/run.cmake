@@ -24,14 +24,13 @@ function(build_and_test)
   run(ctest --test-dir "${work}/build it" --no-tests=error --output-on-failure)
 endfunction()
 
-# Builds and installs the library alone. What changes from call to call is installed or configured into
-# other places, not compiled again.
-function(install_library)
-  set(build "${BUILD}/consumer tests/qal by itself")
-  run(${CMAKE_COMMAND} -S "${SOURCE}" -B "${build}" ${toolchain} ${ARGN}
+# Builds the library alone. What changes from call to call is configured into other places, not compiled
+# again.
+set(library_build "${BUILD}/consumer tests/qal by itself")
+function(build_library)
+  run(${CMAKE_COMMAND} -S "${SOURCE}" -B "${library_build}" ${toolchain} ${ARGN}
     -DQAL_BUILD_TESTS=OFF -DQAL_BUILD_TOOL=OFF -DQAL_BUILD_EXAMPLES=OFF)
-  run(${CMAKE_COMMAND} --build "${build}" -j 2)
-  run(${CMAKE_COMMAND} --install "${build}")
+  run(${CMAKE_COMMAND} --build "${library_build}" -j 2)
 endfunction()
 
 # Compiles consumer.c by hand with what pkg-config answers, and runs it.
@@ -49,15 +48,23 @@ if(MODE STREQUAL "package")
   build_and_test("-DCMAKE_PREFIX_PATH=${prefix}")
 
 elseif(MODE STREQUAL "pkgconfig")
-  # The prefix is written into the file at configure time.
-  install_library("-DCMAKE_INSTALL_PREFIX=${work}/prefix" -DCMAKE_INSTALL_LIBDIR=lib
-    -DCMAKE_INSTALL_INCLUDEDIR=include)
-  by_pkg_config("${work}/prefix/lib/pkgconfig" "${work}/prefix/lib")
+  # Into another prefix than the configured one, and moved afterwards.
+  foreach(libdir lib lib/x86_64-linux-gnu)
+    build_library("-DCMAKE_INSTALL_PREFIX=${work}/configured" "-DCMAKE_INSTALL_LIBDIR=${libdir}"
+      -DCMAKE_INSTALL_INCLUDEDIR=include)
+    run(${CMAKE_COMMAND} --install "${library_build}" --prefix "${prefix}")
+    by_pkg_config("${prefix}/${libdir}/pkgconfig" "${prefix}/${libdir}")
+    set(moved "${work}/moved/${libdir}/there")
+    file(MAKE_DIRECTORY "${work}/moved/${libdir}")
+    file(RENAME "${prefix}" "${moved}")
+    by_pkg_config("${moved}/${libdir}/pkgconfig" "${moved}/${libdir}")
+  endforeach()
 
 elseif(MODE STREQUAL "absolute")
   # Distributions give absolute directories.
-  install_library("-DCMAKE_INSTALL_PREFIX=${work}/usr" "-DCMAKE_INSTALL_LIBDIR=${work}/usr/lib64"
+  build_library("-DCMAKE_INSTALL_PREFIX=${work}/usr" "-DCMAKE_INSTALL_LIBDIR=${work}/usr/lib64"
     "-DCMAKE_INSTALL_INCLUDEDIR=${work}/usr/headers")
+  run(${CMAKE_COMMAND} --install "${library_build}")
   by_pkg_config("${work}/usr/lib64/pkgconfig" "${work}/usr/lib64")
   build_and_test("-DCMAKE_PREFIX_PATH=${work}/usr" "-Dqal_DIR=${work}/usr/lib64/cmake/qal")
 
