@@ -29,6 +29,17 @@ def configure(args, source, build, *options):
         f"-DCMAKE_CXX_COMPILER={args.cxx}", "-DQAL_BUILD_TESTS=OFF", *options)
 
 
+def copy_sources(args, target):
+    """What git tracks, but for the tests and their like."""
+    names = subprocess.run(["git", "-C", args.source, "ls-files", "-z", "--cached", "--others", "--exclude-standard"],
+                           check=True, capture_output=True, text=True).stdout.split("\0")
+    for name in names:
+        source = Path(args.source, name)
+        if name and source.is_file() and name.split("/")[0] not in ("tests", "fuzz", "bench"):
+            (target / name).parent.mkdir(parents=True, exist_ok=True)
+            shutil.copy(source, target / name)
+
+
 def warnings(args):
     """A release made without a preset does not fail for a warning."""
     configure(args, args.source, args.work, "-DCMAKE_EXPORT_COMPILE_COMMANDS=ON")
@@ -56,7 +67,30 @@ def presets(args):
     return problems + [f"{name}: no preset to build it" for name in names if name not in built]
 
 
-CHECKS = (warnings, presets)
+def places(args):
+    """Inside and outside the source tree, at any path, a build makes the same files, without a warning."""
+    inside, outside = args.work / "inside", args.work / "outside in another place"
+    builds = {inside: inside / "build" / "nested", outside: args.work / "built"}
+    results, problems = [], []
+    for source in builds:
+        copy_sources(args, source)
+    for source, build in builds.items():
+        # debugging information names files, and the directory of the compilation
+        configure(args, source, build, "-DQAL_BUILD_EXAMPLES=OFF",
+                  *(f"-DCMAKE_{language}_FLAGS=-g1" for language in ("C", "CXX", "ASM")))
+        log = run(args.cmake, "--build", build, "-j", "2")
+        problems += [line for line in log.splitlines() if "warning:" in line]
+        prefix = build / "installed"
+        run(args.cmake, "--install", build, "--prefix", prefix)
+        files = {"libqal.so": build / "src/libqal.so", "libqal.a": build / "src/libqal.a", "qal": build / "tools/qal/qal",
+                 "installed libqal.so": next(prefix.rglob("libqal.so")), "installed qal": prefix / "bin/qal"}
+        results.append({name: path.read_bytes() for name, path in files.items()})
+        problems += [f"{name} contains {args.work}" for name, data in results[-1].items()
+                     if str(args.work).encode() in data]
+    return problems + [f"{name}: differs" for name in results[0] if results[0][name] != results[1][name]]
+
+
+CHECKS = (warnings, presets, places)
 
 
 def main():
