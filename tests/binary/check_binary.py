@@ -78,8 +78,6 @@ def undefined(args):
         "bcmp",
         # as -D_FORTIFY_SOURCE spells them
         "__memcpy_chk", "__memmove_chk", "__memset_chk", "__explicit_bzero_chk",
-        # the start files' weak names
-        "__cxa_finalize", "__gmon_start__", "_ITM_deregisterTMCloneTable", "_ITM_registerTMCloneTable",
     }
     found = {name for name, _ in dynamic_symbols(args.library, "--undefined-only")}
     return [f"undefined: {name}" for name in sorted(found - allowed)]
@@ -122,6 +120,45 @@ def paths(args):
     return [f"the library contains {path}" for path in (args.source, args.build) if path.encode() in text]
 
 
+def is_marked(path):
+    """Whether it says that it keeps to indirect-branch tracking and shadow stacks."""
+    return "IBT, SHSTK" in output("readelf", "-Wn", path)
+
+
+def notes(args):
+    """The library is marked, and every object of the tool.
+
+    The tool itself is if the C library's start files are, which are part of every program.
+    """
+    start_files = [output(args.cc, f"-print-file-name={name}").strip() for name in ("Scrt1.o", "crti.o", "crtn.o")]
+    marked = [args.library, *args.tool_objects]
+    if args.tool and all(map(is_marked, start_files)):
+        marked.append(args.tool)
+    return [f"{path}: no IBT and SHSTK property" for path in marked if not is_marked(path)]
+
+
+def branch_targets(args):
+    """Whatever may be called by its address begins with endbr64.
+
+    That are exported functions, resolvers, and all functions whose address stands in data or is taken
+    by code: variants are, by the resolvers.
+    """
+    listing = output("objdump", "-dw", "--no-show-raw-insn", args.library)
+    names = {int(start, 16): name for start, name in re.findall(r"^([0-9a-f]+) <(.*)>:$", listing, re.M)}
+    first = {int(at, 16) for at in re.findall(r"^ *([0-9a-f]+):\s+endbr64", listing, re.M)}
+    exported = {int(row[0], 16) for row in map(str.split, output("nm", "-D", "--defined-only", args.library).splitlines())
+                if row[1] in "Ti"}
+    taken = {int(at, 16) for at in re.findall(r"\blea .*\(%rip\),.*# ([0-9a-f]+) <", listing)}
+    relocated = {int(at, 16) for at in re.findall(r"R_X86_64_I?RELATIV\w*\s+([0-9a-f]+)$",
+                                                  output("readelf", "-Wr", args.library), re.M)}
+    targets = exported | (taken | relocated) & names.keys()
+    resolvers = {at for at, name in names.items() if name.startswith("qal_resolve_")}
+    problems = [f"{names.get(at, hex(at))} does not begin with endbr64" for at in sorted(targets - first)]
+    if not exported or not resolvers or not resolvers <= targets:
+        problems.append("not all resolvers were found")
+    return problems
+
+
 def objects(args):
     """Every object marks indirect branches and a shadow stack, and variants carry no weak symbols.
 
@@ -129,7 +166,7 @@ def objects(args):
     """
     problems = []
     for path in args.objects:
-        if "IBT, SHSTK" not in output("readelf", "-Wn", path):
+        if not is_marked(path):
             problems.append(f"{path}: no IBT and SHSTK property")
         if re.search(r"_(avx2|avx2_gfni|avx512|bmi2adx)\.(cpp|S)\.o$", path):
             weak = re.findall(r"\s[WVu]\s+(\S+)", output("nm", path))
@@ -137,15 +174,17 @@ def objects(args):
     return problems
 
 
-CHECKS = (exports, headers, needed, undefined, writable, hardening, paths, objects)
+CHECKS = (exports, headers, needed, undefined, writable, hardening, paths, notes, branch_targets, objects)
 
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("check", choices=[check.__name__ for check in CHECKS])
-    for option in ("library", "exports", "include", "source", "build"):
+    for option in ("library", "exports", "include", "source", "build", "cc"):
         parser.add_argument(f"--{option}", required=True)
     parser.add_argument("--objects", nargs="+", required=True)
+    parser.add_argument("--tool")
+    parser.add_argument("--tool-objects", nargs="*", default=[])
     args = parser.parse_args()
     problems = next(check for check in CHECKS if check.__name__ == args.check)(args)
     print("\n".join(problems) or "as it should be")
