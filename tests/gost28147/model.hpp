@@ -24,7 +24,7 @@ inline const std::map<std::string, Rows> &published_sboxes()
         VectorFile("gost28147/gost28147.vec").each("sbox", [&](Vector &v) {
             Rows &rows = all[v.text("Name")];
             for (size_t k = 0; k < 8; k++) {
-                const Bytes pairs = v.bytes("K" + std::to_string(k + 1));
+                const Bytes pairs = v.bytes(std::string("K").append(std::to_string(k + 1)));
                 for (size_t x = 0; x < 16; x++)
                     rows[k][x] = x % 2 ? pairs[x / 2] & 15 : pairs[x / 2] >> 4;
             }

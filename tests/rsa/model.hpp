@@ -124,8 +124,9 @@ inline Bytes minimal_bytes(const mpz_class &value)
 
 inline Bytes parameter(const Bytes &value)
 {
-    Bytes bytes = {static_cast<uint8_t>(value.size() >> 8), static_cast<uint8_t>(value.size())};
-    bytes.insert(bytes.end(), value.begin(), value.end());
+    Bytes bytes = value;
+    bytes.insert(bytes.begin(),
+                 {static_cast<uint8_t>(value.size() >> 8), static_cast<uint8_t>(value.size())});
     return bytes;
 }
 inline Bytes parameter(const mpz_class &value)

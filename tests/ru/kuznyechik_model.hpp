@@ -40,8 +40,9 @@ public:
         unsigned sum = 0;
         for (size_t i = 0; i < 16; i++)
             sum ^= product(a[i], coefficients[i]);
-        Bytes out = {static_cast<uint8_t>(sum)};
-        out.insert(out.end(), a.begin(), a.end() - 1);
+        Bytes out = a;
+        out.pop_back();
+        out.insert(out.begin(), static_cast<uint8_t>(sum));
         return out;
     }
 
