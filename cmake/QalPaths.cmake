@@ -10,5 +10,8 @@ endif()
 function(qal_map_paths)
   foreach(target IN LISTS ARGN)
     target_compile_options(${target} PRIVATE ${qal_path_maps})
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU") # which compiles at link time in a unit of its own
+      target_link_options(${target} PRIVATE ${qal_path_maps})
+    endif()
   endforeach()
 endfunction()

@@ -125,6 +125,18 @@ def is_marked(path):
     return "IBT, SHSTK" in output("readelf", "-Wn", path)
 
 
+def archive(args):
+    """Its members are machine code, whatever the shared object is made from."""
+    members = output("ar", "t", args.archive).split()
+    # readelf fails at members of another kind
+    sections = subprocess.run(["readelf", "-hSW", args.archive], capture_output=True, text=True).stdout
+    machine = re.findall(r"Machine:\s+Advanced Micro Devices X86-64", sections)
+    problems = [] if len(machine) == len(members) > 0 else [f"{len(machine)} of {len(members)} members are machine code"]
+    if ".gnu.lto_" in sections:
+        problems.append("there is more in it, for one version of a compiler")
+    return problems
+
+
 def notes(args):
     """The library is marked, and every object of the tool.
 
@@ -174,13 +186,13 @@ def objects(args):
     return problems
 
 
-CHECKS = (exports, headers, needed, undefined, writable, hardening, paths, notes, branch_targets, objects)
+CHECKS = (exports, headers, needed, undefined, writable, hardening, paths, archive, notes, branch_targets, objects)
 
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("check", choices=[check.__name__ for check in CHECKS])
-    for option in ("library", "exports", "include", "source", "build", "cc"):
+    for option in ("library", "exports", "include", "source", "build", "cc", "archive"):
         parser.add_argument(f"--{option}", required=True)
     parser.add_argument("--objects", nargs="+", required=True)
     parser.add_argument("--tool")
