@@ -1,6 +1,5 @@
 // The hash function of GOST R 34.11-94 (RFC 5831).
 #include "base/bytes.hpp"
-#include "base/uint128.hpp"
 #include "base/wipe.hpp"
 #include "gost28147/gr341194_kernels.hpp"
 #include "gost28147/gr341194_words.hpp"
@@ -32,9 +31,11 @@ uint32_t gr341194_md_add256(uint8_t *x, const uint8_t *y)
 {
     uint64_t carry = 0;
     for (size_t i = 0; i < block_size; i += 8) {
-        const uint128 sum = uint128{load_le64(x + i)} + load_le64(y + i) + carry;
-        store_le64(x + i, static_cast<uint64_t>(sum));
-        carry = static_cast<uint64_t>(sum >> 64);
+        // Not by 128-bit integers: of one whose upper half is known, gcc 12 saves both registers
+        // around calls, and so puts on the stack whatever text the other still holds.
+        const uint64_t a = load_le64(x + i), sum = a + load_le64(y + i), total = sum + carry;
+        carry = static_cast<uint64_t>(sum < a) | static_cast<uint64_t>(total < sum);
+        store_le64(x + i, total);
     }
     return static_cast<uint32_t>(carry);
 }
