@@ -16,6 +16,7 @@
 #include <memory>
 #include <set>
 #include <sstream>
+#include <tuple>
 
 using namespace qal::test;
 
@@ -366,12 +367,12 @@ void Cases::add_signatures(const std::string &label, dstu_ctx *ctx)
         *pub_len = field_len;
         *sig_len = ctx->sig_len;
         std::copy_n(random.bytes(32).data(), 32, hash);
-        dstu_bspool_init(pool, ctx, give_bytes);
+        std::ignore = dstu_bspool_init(pool, ctx, give_bytes);
         draw_bytes(random);
-        dstu_gen_keys(ctx, pool, priv_len, peer, pub_len, pub);
+        std::ignore = dstu_gen_keys(ctx, pool, priv_len, peer, pub_len, pub);
         std::copy_n(pub, field_len, peer);
         draw_bytes(random);
-        dstu_gen_keys(ctx, pool, priv_len, priv, pub_len, pub);
+        std::ignore = dstu_gen_keys(ctx, pool, priv_len, priv, pub_len, pub);
         draw_bytes(random);
     };
     const auto draw_begun = [=](Random &random) {
@@ -409,9 +410,9 @@ void Cases::add_signatures(const std::string &label, dstu_ctx *ctx)
     for (const auto &[which, draw_pool] : pools) {
         add("dstu_bspool_get", label + which, draw_pool, [=] { dstu_bspool_get(pool, e, cp); });
         add("dstu_gen_keys", label + which, draw_pool,
-            [=] { dstu_gen_keys(ctx, pool, priv_len, priv, pub_len, pub); });
+            [=] { std::ignore = dstu_gen_keys(ctx, pool, priv_len, priv, pub_len, pub); });
         add("dstu_sign", label + which, draw_pool,
-            [=] { dstu_sign(ctx, pool, key_len, priv, 256, hash, sig_len, out); });
+            [=] { std::ignore = dstu_sign(ctx, pool, key_len, priv, 256, hash, sig_len, out); });
     }
     // Keys that are refused are secrets, too.
     const auto draw_long = [=](Random &random) {
@@ -419,18 +420,19 @@ void Cases::add_signatures(const std::string &label, dstu_ctx *ctx)
         priv[key_len - 1] = priv[key_len] = 0xff;
     };
     add("dstu_sign", label + ", key refused", draw_long,
-        [=] { dstu_sign(ctx, pool, key_len, priv, 256, hash, sig_len, out); });
+        [=] { std::ignore = dstu_sign(ctx, pool, key_len, priv, 256, hash, sig_len, out); });
     for (const int cofactor : {0, 1}) {
-        add("dhua_zz", label + (cofactor != 0 ? ", cofactor" : ""), draw,
-            [=] { dhua_zz(ctx, key_len, priv, field_len, peer, cofactor, pub_len, out); });
+        add("dhua_zz", label + (cofactor != 0 ? ", cofactor" : ""), draw, [=] {
+            std::ignore = dhua_zz(ctx, key_len, priv, field_len, peer, cofactor, pub_len, out);
+        });
     }
     add("dhua_zz", label + ", key refused", draw_long,
-        [=] { dhua_zz(ctx, key_len + 1, priv, field_len, peer, 0, pub_len, out); });
+        [=] { std::ignore = dhua_zz(ctx, key_len + 1, priv, field_len, peer, 0, pub_len, out); });
     auto *const unset = make<dstu_ctx>();
     *unset = *ctx;
     unset->cofactor = 0;
     add("dhua_zz", label + ", cofactor refused", draw,
-        [=] { dhua_zz(unset, key_len, priv, field_len, peer, 1, pub_len, out); });
+        [=] { std::ignore = dhua_zz(unset, key_len, priv, field_len, peer, 1, pub_len, out); });
 }
 
 // Where two of these differ, as distances from the top.
