@@ -83,29 +83,30 @@ void g28147_cfb_enc_update_blocks(g28147_cfb_ctx *ctx, const uint8_t *in, uint8_
 void g28147_cfb_dec_update_blocks(g28147_cfb_ctx *ctx, const uint8_t *in, uint8_t *out, size_t len)
 {
     uint32_t r1 = ctx->r1, r2 = ctx->r2;
-    // The ciphertext is all there, so that its blocks are encrypted independently.
-    constexpr size_t most = 256;
-    alignas(64) uint8_t gamma[most * g28147_block];
-    size_t blocks = len / g28147_block, size = 0;
-    while (blocks > 0) {
-        const size_t n = blocks < most ? blocks : most;
+    // The ciphertext is all there, so that its blocks are encrypted independently. A piece of a
+    // block at the end counts as one.
+    alignas(64) uint8_t gamma[g28147_most_blocks * g28147_block];
+    size_t size = 0;
+    for (size_t left = len; left > 0;) {
+        const size_t n = g28147_batch((left + g28147_block - 1) / g28147_block);
+        const size_t piece = left < n * g28147_block ? left : n * g28147_block;
         store_le32(gamma, r1);
         store_le32(gamma + 4, r2);
         memcpy(gamma + g28147_block, in, (n - 1) * g28147_block);
-        r1 = load_le32(in + (n - 1) * g28147_block);
-        r2 = load_le32(in + (n - 1) * g28147_block + 4);
+        if (piece == n * g28147_block) {
+            r1 = load_le32(in + piece - 8);
+            r2 = load_le32(in + piece - 4);
+        }
         g28147_blocks(ctx->rk, ctx->kext, gamma, gamma, n);
-        xor_bytes(out, in, gamma, n * g28147_block);
+        xor_bytes(out, in, gamma, piece);
         size = n * g28147_block > size ? n * g28147_block : size;
-        blocks -= n;
-        in += n * g28147_block;
-        out += n * g28147_block;
+        left -= piece;
+        in += piece;
+        out += piece;
     }
     wipe(gamma, size);
-    if (len % g28147_block != 0) {
-        finish(ctx, r1, r2, in, out, len % g28147_block);
+    if (len % g28147_block != 0)
         return;
-    }
     ctx->r1 = r1;
     ctx->r2 = r2;
 }

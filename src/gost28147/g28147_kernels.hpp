@@ -21,4 +21,14 @@ void g28147_blocks_avx2(const uint32_t *rk, const uint32_t *kext, const uint8_t 
 void g28147_blocks_avx512(const uint32_t *rk, const uint32_t *kext, const uint8_t *in, uint8_t *out,
                           size_t blocks);
 
+// How many of the blocks that are left go through a buffer of g28147_most_blocks next. The wide
+// variants take a short batch by the table, at addresses that depend on key and text: if there are
+// several batches, none is shorter than half of the buffer.
+constexpr size_t g28147_most_blocks = 256;
+constexpr size_t g28147_batch(size_t left)
+{
+    constexpr size_t most = g28147_most_blocks;
+    return left <= most ? left : left < most + most / 2 ? most / 2 : most;
+}
+
 } // namespace qal::gost

@@ -100,12 +100,10 @@ void g28147_ofb_update(g28147_ofb_ctx *ctx, const uint8_t *in, uint8_t *out, siz
         return;
 
     // Many blocks of gamma at a time; the last of them, used up or not, stays in the record.
-    constexpr size_t most = 256;
-    alignas(64) uint8_t gamma[most * g28147_block];
+    alignas(64) uint8_t gamma[g28147_most_blocks * g28147_block];
     size_t size = 0;
     while (len > 0) {
-        const size_t needed = (len + g28147_block - 1) / g28147_block;
-        const size_t blocks = needed < most ? needed : most;
+        const size_t blocks = g28147_batch((len + g28147_block - 1) / g28147_block);
         Counters counters(ctx->n3, ctx->n4);
         counters.write(gamma, blocks);
         counters.advance(blocks);
