@@ -9,6 +9,7 @@
 // and once zero it stays so. Then, and for other p, the variant for general registers does it all
 // again. Multiples of a point of prime order q by secret scalars below q never take that: the
 // digits of scalars are chosen so that no such points meet.
+#include "base/ct_avx512.hpp"
 #include "base/secrecy.hpp"
 #include "qalec/curve256.hpp"
 #include "qalec/field256_avx512.hpp"
@@ -231,13 +232,11 @@ Point4 plain_point(const Group4 &group, const uint64_t *P)
 void look_up(Addend4 &r, const Addend4 *table, uint64_t index)
 {
     __m512i chosen[limbs] = {};
-    const __m512i wanted = _mm512_set1_epi64(static_cast<int64_t>(index));
     for (int i = 0; i < table256_size; i++) {
-        const __mmask8 match = _mm512_cmpeq_epi64_mask(wanted, _mm512_set1_epi64(i));
+        const __m512i here = base::mask_if_equal_512(static_cast<uint64_t>(i), index);
 #pragma GCC unroll 10
         for (int j = 0; j < limbs; j++)
-            chosen[j] =
-                _mm512_mask_mov_epi64(chosen[j], match, _mm512_load_si512(table[i].limb[j]));
+            chosen[j] = base::or_under(chosen[j], here, _mm512_load_si512(table[i].limb[j]));
     }
 #pragma GCC unroll 10
     for (int j = 0; j < limbs; j++)

@@ -10,6 +10,7 @@
 #ifndef QAL_QALMATH64_POWERS_FORM52_AVX512_HPP
 #define QAL_QALMATH64_POWERS_FORM52_AVX512_HPP
 
+#include "base/ct_avx512.hpp"
 #include "qalmath64/kernels/montgomery52_avx512.hpp"
 #include "qalmath64/powers/scans.hpp"
 
@@ -66,14 +67,12 @@ private:
         QAL_UNROLL
         for (size_t j = 0; j < width; j++)
             sum[j] = _mm256_setzero_si256();
-        const Block wanted = _mm256_set1_epi64x(i);
         const Block *from = table_ + first;
         for (size_t k = 0; k < count; k++, from += blocks_) {
-            const __mmask8 here =
-                _mm256_cmpeq_epi64_mask(_mm256_set1_epi64x(static_cast<long long>(k)), wanted);
+            const Block here = base::mask_if_equal_256(k, i);
             QAL_UNROLL
             for (size_t j = 0; j < width; j++)
-                sum[j] = _mm256_mask_mov_epi64(sum[j], here, from[j]);
+                sum[j] = base::or_under(sum[j], here, from[j]);
         }
         QAL_UNROLL
         for (size_t j = 0; j < width; j++)
