@@ -66,11 +66,12 @@ CHANGES = [
     ("a parameter of an indirect function may be written", "streebog.h", "streebog_gN(uint8_t *h, const uint8_t *m,",
      "streebog_gN(uint8_t *h, uint8_t *m,"),
     ("a parameter is added", "kuzn.h", "kuzn_block_enc(uint8_t *block,", "kuzn_block_enc(int rounds, uint8_t *block,"),
-    ("a result changes its type", "rsa.h", "QAL_API int isPrime(", "QAL_API uint64_t isPrime("),
+    ("a result changes its type", "rsa.h", " int isPrime(", " uint64_t isPrime("),
     ("a table grows", "kuzn.h", "kuz_pi[256]", "kuz_pi[257]"),
     ("a callback changes its type", "api.h", "(uint8_t *buf, uint32_t len)", "(uint8_t *buf, uint64_t len)"),
-    ("an export goes", "rds.h", "QAL_API int rds_sign(", "int rds_sign("),
-    ("an export comes", "rds.h", "QAL_API int rds_sign(", "QAL_API int qal_new(void);\nQAL_API int rds_sign("),
+    ("an export goes", "rds.h", "QAL_API QAL_API_RESULT int rds_sign(", "int rds_sign("),
+    ("an export comes", "rds.h", "QAL_API QAL_API_RESULT int rds_sign(",
+     "QAL_API int qal_new(void);\nQAL_API QAL_API_RESULT int rds_sign("),
 ]
 
 

@@ -55,6 +55,7 @@ def headers(args):
     for header in Path(args.include).glob("*.h"):
         text = re.sub(r"/\*.*?\*/", "", header.read_text(), flags=re.S)
         for declaration in re.findall(r"^\s*QAL_API\b([^;]*);", text, flags=re.M):
+            declaration = re.sub(r"QAL_API_(RESULT|NONNULL\([^)]*\))", "", declaration)
             # the name stands before the first parenthesis, bracket or end, but for pointers to functions
             match = re.search(r"(\w+)\s*(?:\(|\[|$)", declaration.strip())
             found.add((match.group(1), header.name))
