@@ -19,7 +19,8 @@ qald *rsapowmod(const qald *x, const qald *e, const qald *m, qald *r)
     // reduced only if it has more digits than m.
     qald base[QALBIG_SIZE];
     if (x[0] > n)
-        qaldiv(x, m, nullptr, base);
+        // Division keeps a copy of the modulus, and digits of both in registers.
+        qal::base::run_on_wiped_stack<2048>([&] { qaldiv(x, m, nullptr, base); });
     else
         qalcopy(base, x);
     memset(base + 1 + base[0], 0, (2 * n - base[0]) * sizeof *base);

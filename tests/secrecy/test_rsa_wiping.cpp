@@ -57,6 +57,29 @@ TEST(RsaWiping, PrivateOperation)
     }
 }
 
+// By itself, with a base that is reduced first.
+TEST(RsaWiping, Power)
+{
+    Random random;
+    MarkedStack stack;
+    for (const size_t digits : {4U, 8U, 13U, 16U}) {
+        SCOPED_TRACE(digits);
+        const mpz_class m = from_bytes(random.bytes(8 * digits)) | 1,
+                        e = from_bytes(random.bytes(8 * digits)),
+                        x = from_bytes(random.bytes(16 * digits)) % (m << 64 * digits);
+        Number base(x), exponent(e), modulus(m);
+        qald result[QALBIG_SIZE];
+        stack.run([&] { rsapowmod(base, exponent, modulus, result); });
+        EXPECT_EQ(value_of(result), power(x, e, m));
+        expect_wiped(stack, x, "x");
+        expect_wiped(stack, e, "e");
+        expect_wiped(stack, m, "m");
+        expect_wiped(stack, x % m, "x mod m");
+        expect_wiped(stack, (x << 64 * digits) % m, "x in Montgomery form");
+        expect_wiped(stack, value_of(result), "the power");
+    }
+}
+
 // Nothing of the key is secret, but the message is.
 TEST(RsaWiping, Encryption)
 {
