@@ -7,6 +7,7 @@
 #include "qalmath64/kernels/digits.hpp"
 #include "qalmath64/kernels/montgomery.hpp"
 #include "ua/engine.hpp"
+#include "ua/fields.hpp"
 
 #include <string.h>
 
@@ -21,8 +22,8 @@ constexpr char qal_source[] = "../src/ua/dstu";
 constexpr uint64_t least_order_bits = 160;
 constexpr uint32_t slots = 5;
 constexpr uint32_t all_slots = (1U << slots) - 1;
-constexpr size_t longest_field = (431 + 8) / 8;
-constexpr size_t most_order_digits = (431 + 63) / 64;
+constexpr size_t longest_field = largest_field.bytes();
+constexpr size_t most_order_digits = largest_field.words(); // an order has at most m bits
 
 int32_t degree_of(const dstu_ctx &ctx)
 {
@@ -379,7 +380,8 @@ extern "C" {
 int dstu_init_curve(dstu_ctx *ctx, uint32_t m, uint32_t mod_a, uint32_t mod_b, uint32_t mod_c,
                     uint32_t a, const uint8_t *b, int32_t b_len)
 {
-    QAL_REQUIRE((431 + 7) / 8 >= (uint64_t{m} + 1 + 7) / 8, "((431+7)/8) >= (((((mod_m)+1)+7)/8))");
+    QAL_REQUIRE((largest_field.m + 7) / 8 >= (uint64_t{m} + 1 + 7) / 8,
+                "((431+7)/8) >= (((((mod_m)+1)+7)/8))");
     const auto field_len = static_cast<int32_t>((m + 8) / 8);
     if (ctx == nullptr || b == nullptr || b_len > field_len)
         return DSTU_BAD_CURVE;

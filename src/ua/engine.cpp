@@ -1,18 +1,22 @@
+// Looks up the fields and their engines. Exponents are public.
 #include "ua/engine.hpp"
 
-#include "ua/reduce.hpp"
+#include "ua/fields.hpp"
 
 namespace qal::ua {
 
+unsigned index_of_field(const FieldPolynomial &field)
+{
+    unsigned i = 0;
+    while (i < field_count && !(fields[i] == field))
+        i++;
+    return i;
+}
+
 const Engine *engine_of_field(uint32_t m, uint32_t a, uint32_t b, uint32_t c)
 {
-    constexpr FieldPolynomial fields[] = {field163, field191, field257, field431};
-    for (unsigned i = 0; i < 4; i++) {
-        const FieldPolynomial &f = fields[i];
-        if (f.m == m && f.a == a && f.b == b && f.c == c)
-            return engines() + i;
-    }
-    return nullptr;
+    const unsigned i = index_of_field({m, a, b, c});
+    return i < field_count ? engines() + i : nullptr;
 }
 
 } // namespace qal::ua

@@ -58,7 +58,7 @@ inline unsigned regular_windows(uint64_t bits)
     return static_cast<unsigned>((bits + regular_window - 1) / regular_window);
 }
 
-// Engines of the fields of 163, 191, 257 and 431 bits, in this order.
+// The engines of all fields, in the order of `fields` (fields.hpp).
 const Engine *engines();
 const Engine *engines_portable();
 const Engine *engines_pclmul();

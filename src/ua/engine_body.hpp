@@ -26,11 +26,11 @@ namespace {
 // of the k-th powers of the field polynomial's roots, follows from its coefficients by Newton's
 // identities: p_k = e_1 p_(k-1) + ... + e_(k-1) p_1 + k e_k, where e_j belongs to x^(m-j).
 struct TraceMask {
-    uint64_t words[7] = {};
+    uint64_t words[largest_field.words()] = {};
 
     constexpr explicit TraceMask(const FieldPolynomial &f)
     {
-        bool p[432] = {};
+        bool p[largest_field.m + 1] = {};
         p[0] = true;
         for (unsigned k = 1; k < f.m; k++) {
             for (unsigned i = 1; i < f.terms(); i++) {
@@ -47,7 +47,7 @@ struct TraceMask {
 };
 
 // Digits of signed windows.
-constexpr unsigned longest_scalar = 448;
+constexpr unsigned longest_scalar = 64 * largest_field.words();
 constexpr unsigned wnaf_digits = longest_scalar + 1;
 
 inline unsigned bits_at(const qald *k, unsigned position, unsigned count)
@@ -165,7 +165,7 @@ struct Curves {
     static unsigned trace_of(const E &a)
     {
         static constexpr TraceMask mask(f);
-        uint64_t words[7] = {}, sum = 0;
+        uint64_t words[largest_field.words()] = {}, sum = 0;
         qal2d halves[QAL2P_SIZE] = {};
         F::store(halves, a);
         memcpy(words, halves, n * sizeof *halves);
@@ -357,7 +357,7 @@ struct Curves {
                                  const qald *order, const qale2affine *table, unsigned from,
                                  unsigned to)
     {
-        constexpr unsigned w = regular_window, most_digits = 8;
+        constexpr unsigned w = regular_window, most_digits = largest_field.words();
         const Coefficients c(curve);
         const unsigned top = regular_windows(qalbitlen(order, 1)) - 1;
         const auto digits = static_cast<unsigned>(order[0]);
@@ -493,6 +493,19 @@ constexpr Engine engine_over = {
     Curves<F>::square_root,      Curves<F>::odd_multiples, Curves<F>::multiply,
     Curves<F>::multiply_windows, Curves<F>::make_affine,   Curves<F>::multiply_abscissa,
     Curves<F>::joint_abscissa,
+};
+
+// The engines over representations of all fields, in the order of `fields`.
+template<typename... F>
+struct EnginesOver {
+    static_assert(sizeof...(F) == field_count);
+    static constexpr bool in_order()
+    {
+        unsigned i = 0;
+        return ((F::f == fields[i++]) && ...);
+    }
+    static_assert(in_order());
+    static constexpr Engine list[] = {engine_over<F>...};
 };
 
 } // namespace

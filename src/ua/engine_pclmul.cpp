@@ -166,18 +166,14 @@ struct Field431 {
     }
 };
 
-constexpr Engine pclmul_engines[] = {
-    engine_over<Registers<field163, Field163>>,
-    engine_over<Registers<field191, Field191>>,
-    engine_over<Registers<field257, Field257>>,
-    engine_over<Registers<field431, Field431>>,
-};
+using Engines = EnginesOver<Registers<field163, Field163>, Registers<field191, Field191>,
+                            Registers<field257, Field257>, Registers<field431, Field431>>;
 
 } // namespace
 
 const Engine *engines_pclmul()
 {
-    return pclmul_engines;
+    return Engines::list;
 }
 
 } // namespace qal::ua

@@ -85,18 +85,16 @@ struct Portable {
     }
 };
 
-constexpr Engine portable_engines[] = {
-    engine_over<Portable<field163, pmult192x192_unwiped, psqr192x192_portable>>,
-    engine_over<Portable<field191, pmult192x192_unwiped, psqr192x192_portable>>,
-    engine_over<Portable<field257, pmult257_unwiped, psqr288x288_portable>>,
-    engine_over<Portable<field431, pmult448x448_unwiped, psqr448x448_portable>>,
-};
+using Engines = EnginesOver<Portable<field163, pmult192x192_unwiped, psqr192x192_portable>,
+                            Portable<field191, pmult192x192_unwiped, psqr192x192_portable>,
+                            Portable<field257, pmult257_unwiped, psqr288x288_portable>,
+                            Portable<field431, pmult448x448_unwiped, psqr448x448_portable>>;
 
 } // namespace
 
 const Engine *engines_portable()
 {
-    return portable_engines;
+    return Engines::list;
 }
 
 } // namespace qal::ua

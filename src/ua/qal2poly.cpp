@@ -15,7 +15,8 @@ using namespace qal::ua;
 namespace {
 
 constexpr char qal_source[] = "../src/ua/qal2poly";
-constexpr int32_t highest_degree = 431;
+constexpr int32_t highest_degree = largest_field.m;
+static_assert(QAL2P_SIZE == 1 + largest_field.halves());
 
 // Bits in the largest polynomial.
 constexpr int32_t most_bits = 32 * (QAL2P_SIZE - 1);

@@ -4,6 +4,7 @@
 #include "qalmath64/kernels/digits.hpp"
 #include "ua/counts.hpp"
 #include "ua/engine.hpp"
+#include "ua/fields.hpp"
 #include "ua/kernels.hpp"
 
 #include <qal/qale2.h>
@@ -17,28 +18,26 @@ namespace {
 
 constexpr char qal_source[] = "../src/ua/qale2";
 
-struct SupportedField {
-    uint32_t m, a, b, c;
+// The routines of the fields, in the order of `fields`.
+struct Routines {
     decltype(qale2curve::mul) mul;
     decltype(qale2curve::sqr) sqr;
     decltype(qale2curve::reduce) reduce;
 };
 
-const SupportedField supported_fields[] = {
-    {163, 7, 6, 3, pmult192x192, psqr192x192, reduce163_7_6_3_1},
-    {191, 9, 0, 0, pmult192x192, psqr192x192, reduce191_9_1},
-    {257, 12, 0, 0, pmult257x257, psqr288x288, reduce257_12_1},
-    {431, 5, 3, 1, pmult448x448, psqr448x448, reduce431_5_3_1},
+constexpr Routines field_routines[] = {
+    {pmult192x192, psqr192x192, reduce163_7_6_3_1},
+    {pmult192x192, psqr192x192, reduce191_9_1},
+    {pmult257x257, psqr288x288, reduce257_12_1},
+    {pmult448x448, psqr448x448, reduce431_5_3_1},
 };
+static_assert(sizeof field_routines / sizeof *field_routines == field_count);
 
-const SupportedField *field_of(const qale2curve *curve)
+// The routines of the curve's field, or null.
+const Routines *routines_of(const qale2curve *curve)
 {
-    for (const SupportedField &field : supported_fields) {
-        if (curve->mod_m == field.m && curve->mod_a == field.a && curve->mod_b == field.b &&
-            curve->mod_c == field.c)
-            return &field;
-    }
-    return nullptr;
+    const unsigned i = index_of_field({curve->mod_m, curve->mod_a, curve->mod_b, curve->mod_c});
+    return i < field_count ? field_routines + i : nullptr;
 }
 
 int32_t degree_of(const qale2curve *curve)
@@ -499,9 +498,9 @@ namespace qal::ua {
 
 const Engine *engine_of(const qale2curve *curve)
 {
-    const SupportedField *const field = field_of(curve);
-    if (field == nullptr || curve->mul != field->mul || curve->sqr != field->sqr ||
-        curve->reduce != field->reduce)
+    const Routines *const routines = routines_of(curve);
+    if (routines == nullptr || curve->mul != routines->mul || curve->sqr != routines->sqr ||
+        curve->reduce != routines->reduce)
         return nullptr;
     return engine_of_field(curve->mod_m, curve->mod_a, curve->mod_b, curve->mod_c);
 }
@@ -517,17 +516,17 @@ qale2curve *qale2cr(qale2curve *curve, uint32_t m, uint32_t mod_a, uint32_t mod_
     curve->mod_a = mod_a;
     curve->mod_b = mod_b;
     curve->mod_c = mod_c;
-    const SupportedField *const field = field_of(curve);
-    if (a > 1 || field == nullptr)
+    const Routines *const routines = routines_of(curve);
+    if (a > 1 || routines == nullptr)
         return nullptr;
     curve->a = a;
     const int32_t degree = degree_of(curve);
     qal2pfromb(qal2pclear(curve->b, degree), b, (degree + 8) / 8);
     if (qal2p_is_zero(curve->b) || qal2p_deg(curve->b) >= degree)
         return nullptr;
-    curve->mul = field->mul;
-    curve->sqr = field->sqr;
-    curve->reduce = field->reduce;
+    curve->mul = routines->mul;
+    curve->sqr = routines->sqr;
+    curve->reduce = routines->reduce;
     return curve;
 }
 

@@ -4,26 +4,12 @@
 #ifndef QAL_UA_REDUCE_HPP
 #define QAL_UA_REDUCE_HPP
 
+#include "ua/fields.hpp"
 #include "ua/unroll.hpp"
 
 #include <stdint.h>
 
 namespace qal::ua {
-
-// x^m + x^a + x^b + x^c + 1, without x^b and x^c where b is 0.
-struct FieldPolynomial {
-    uint32_t m, a, b, c;
-
-    // words of 64 bits and of 32 bits of an element
-    constexpr unsigned words() const { return (m + 63) / 64; }
-    constexpr unsigned halves() const { return (m + 31) / 32; }
-    constexpr unsigned terms() const { return b != 0 ? 4 : 2; }
-    // Exponent of a term below x^m.
-    constexpr unsigned term(unsigned i) const { return i == 0 ? 0 : i == 1 ? a : i == 2 ? b : c; }
-};
-
-constexpr FieldPolynomial field163 = {163, 7, 6, 3}, field191 = {191, 9, 0, 0},
-                          field257 = {257, 12, 0, 0}, field431 = {431, 5, 3, 1};
 
 namespace {
 
