@@ -5,17 +5,9 @@
 
 namespace qal::ua {
 
-unsigned index_of_field(const FieldPolynomial &field)
-{
-    unsigned i = 0;
-    while (i < field_count && !(fields[i] == field))
-        i++;
-    return i;
-}
-
 const Engine *engine_of_field(uint32_t m, uint32_t a, uint32_t b, uint32_t c)
 {
-    const unsigned i = index_of_field({m, a, b, c});
+    const unsigned i = index_of_field(m, a, b, c);
     return i < field_count ? engines() + i : nullptr;
 }
 

@@ -1,5 +1,5 @@
 // Operations of many field products, each for one of the four fields with everything about it known
-// when it is compiled. Their results are those of the general routines of qale2.cpp.
+// when it is compiled. Their results are those of the general routines of qale2_*.cpp.
 #ifndef QAL_UA_ENGINE_HPP
 #define QAL_UA_ENGINE_HPP
 

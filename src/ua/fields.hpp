@@ -30,6 +30,14 @@ constexpr unsigned field_count = sizeof fields / sizeof *fields;
 constexpr FieldPolynomial largest_field = field431;
 
 // The index of a field in the list above, or field_count if it is none of them.
-unsigned index_of_field(const FieldPolynomial &field);
+constexpr unsigned index_of_field(uint32_t m, uint32_t a, uint32_t b, uint32_t c)
+{
+    for (unsigned i = 0; i < field_count; i++) {
+        const FieldPolynomial &f = fields[i];
+        if (f.m == m && f.a == a && f.b == b && f.c == c)
+            return i;
+    }
+    return field_count;
+}
 
 } // namespace qal::ua
