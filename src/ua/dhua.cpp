@@ -2,8 +2,7 @@
 #include <qal/dhua.h>
 
 #include "base/wipe.hpp"
-#include "ua/dstu.hpp"
-#include "ua/engine.hpp"
+#include "ua/dstu_domain.hpp"
 
 using namespace qal::base;
 using namespace qal::ua;
@@ -23,10 +22,9 @@ int shared_secret(const dstu_ctx &ctx, int32_t priv_len, const uint8_t *priv, in
     if (cofactor != 0 && ctx.cofactor != 2 && ctx.cofactor != 4)
         return DSTU_BAD_CURVE;
     const unsigned doublings = cofactor == 0 ? 0 : ctx.cofactor == 4 ? 2 : 1;
-    const Engine &engine = *engine_of_field(curve.mod_m, curve.mod_a, curve.mod_b, curve.mod_c);
     qal2p x;
-    engine.multiply_abscissa(&curve, x, d, static_cast<unsigned>(qalbitlen(ctx.n, 1)), Q.X,
-                             doublings);
+    engine_of(ctx).multiply_abscissa(&curve, x, d, static_cast<unsigned>(order_bits(ctx)), Q.X,
+                                     doublings);
     *out_len = field_bytes(curve);
     qal2ptob(out, x, *out_len);
     return DSTU_OK;
