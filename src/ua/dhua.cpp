@@ -14,7 +14,7 @@ int shared_secret(const dstu_ctx &ctx, int32_t priv_len, const uint8_t *priv, in
 {
     const qale2curve &curve = ctx.curve;
     qale2point Q;
-    if (!read_point(curve, &Q, pub, pub_len))
+    if (!read_point_var(curve, &Q, pub, pub_len))
         return DSTU_BAD_PUBLIC_KEY;
     qald d[QALBIG_SIZE];
     if (!read_private_key(ctx, d, priv, priv_len))

@@ -14,7 +14,7 @@ constexpr uint64_t least_order_bits = 160;
 
 namespace qal::ua {
 
-bool read_point(const qale2curve &curve, qale2point *P, const uint8_t *bytes, int32_t size)
+bool read_point_var(const qale2curve &curve, qale2point *P, const uint8_t *bytes, int32_t size)
 {
     qal2p c;
     const auto degree = static_cast<int32_t>(curve.mod_m);
@@ -51,13 +51,13 @@ int dstu_init_pgen(dstu_ctx *ctx, int32_t G_len, const uint8_t *G, int32_t n_len
     const int32_t most = field_bytes(ctx->curve);
     if (G_len < 1 || G_len > most || n_len < 1 || n_len > most)
         return DSTU_BAD_BASE_POINT;
-    if (!read_point(ctx->curve, &ctx->G, G, G_len) || qale2p_is_inf(&ctx->curve, &ctx->G))
+    if (!read_point_var(ctx->curve, &ctx->G, G, G_len) || qale2p_is_inf(&ctx->curve, &ctx->G))
         return DSTU_BAD_BASE_POINT;
     qalfromrbase256(ctx->n, n, static_cast<uint32_t>(n_len));
     const uint64_t bits = order_bits(*ctx), m = ctx->curve.mod_m;
     if (bits > m || bits < m - 2 || bits < least_order_bits)
         return DSTU_BAD_BASE_POINT;
-    ctx->ws = static_cast<int32_t>(regular_window);
+    ctx->ws = static_cast<int32_t>(window_width);
     qale2ic(&ctx->curve, ctx->powers, &ctx->G, ctx->ws);
     qale2point multiple;
     qale2kpic(&ctx->curve, &multiple, ctx->n, ctx->powers, ctx->ws);

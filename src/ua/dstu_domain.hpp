@@ -50,7 +50,7 @@ inline const Engine &engine_of(const dstu_ctx &ctx)
 }
 
 // Decompresses a point; returns false if the bytes are no element of the field or no point.
-bool read_point(const qale2curve &curve, qale2point *P, const uint8_t *bytes, int32_t size);
+bool read_point_var(const qale2curve &curve, qale2point *P, const uint8_t *bytes, int32_t size);
 
 // Reads a private key d: above 0 and shorter than n. It gets as many digits as n, with zeros at the
 // top if need be. Returns false if d is out of range. Constant time.

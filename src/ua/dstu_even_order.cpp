@@ -6,12 +6,12 @@
 
 namespace qal::ua::even_order {
 
-void compress(const dstu_ctx &ctx, qal2d *c, qale2point *P)
+void compress_var(const dstu_ctx &ctx, qal2d *c, qale2point *P)
 {
     qale2comp(&ctx.curve, c, P);
 }
 
-void negate_compressed(const dstu_ctx &ctx, qal2d *c)
+void negate_compressed_var(const dstu_ctx &ctx, qal2d *c)
 {
     qale2point point;
     if (qale2exp(&ctx.curve, &point, c) != nullptr)
@@ -19,7 +19,7 @@ void negate_compressed(const dstu_ctx &ctx, qal2d *c)
     base::wipe(&point, sizeof point);
 }
 
-void abscissa(const dstu_ctx &ctx, qal2d *x, const qal2d *c)
+void abscissa_var(const dstu_ctx &ctx, qal2d *x, const qal2d *c)
 {
     qale2point point;
     if (qale2exp(&ctx.curve, &point, c) != nullptr)
@@ -27,7 +27,7 @@ void abscissa(const dstu_ctx &ctx, qal2d *x, const qal2d *c)
     base::wipe(&point, sizeof point);
 }
 
-void signature_scalar(const dstu_ctx &ctx, qald *s, const qald *e, const qald *d, const qald *r)
+void signature_scalar_var(const dstu_ctx &ctx, qald *s, const qald *e, const qald *d, const qald *r)
 {
     Number product;
     qaldiv(qaladd(qalmul(d, r, product), e), ctx.n, nullptr, s);

@@ -17,10 +17,10 @@ namespace {
 constexpr size_t keys_stack = 768;
 
 // Replaces a compressed Q by -Q: only the trace of y/x changes, by Tr(1) = 1.
-void negate_compressed(const dstu_ctx &ctx, qal2d *c)
+void negate_compressed_var(const dstu_ctx &ctx, qal2d *c)
 {
     if (!has_odd_order(ctx))
-        even_order::negate_compressed(ctx, c);
+        even_order::negate_compressed_var(ctx, c);
     else if (!qal2p_is_zero(c))
         qal2pinc(c);
 }
@@ -33,7 +33,7 @@ void generate(const dstu_ctx &ctx, dstu_bspool &pool, int32_t &priv_len, uint8_t
     do
         dstu_bspool_get(&pool, d, Q);
     while (d[0] == 0);
-    negate_compressed(ctx, Q);
+    negate_compressed_var(ctx, Q);
     pub_len = field_bytes(ctx.curve);
     qal2ptob(pub, Q, pub_len);
     memset(priv, 0, static_cast<size_t>(priv_len));
@@ -94,7 +94,7 @@ int dstu_gen_keys(const dstu_ctx *ctx, dstu_bspool *pool, int32_t *priv_len, uin
 int dstu_ucpubk(const dstu_ctx *ctx, uint8_t *out, const uint8_t *key, int32_t key_len)
 {
     qale2point Q;
-    if (!read_point(ctx->curve, &Q, key, key_len))
+    if (!read_point_var(ctx->curve, &Q, key, key_len))
         return DSTU_BAD_PUBLIC_KEY;
     const int32_t size = ctx->field_len;
     memset(out, 0, 2 * static_cast<size_t>(size));

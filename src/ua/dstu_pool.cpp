@@ -61,7 +61,7 @@ void start(dstu_bspool &pool, Slot slot)
     }
     e[0] = declassified(count);
     qale2kpic_init(&slot.record.kp, &ctx.curve, e, ctx.powers, ctx.ws);
-    slot.windows_left = regular_windows(order_bits(ctx));
+    slot.windows_left = window_count(order_bits(ctx));
     wipe(random, sizeof random);
 }
 
@@ -120,7 +120,7 @@ void complete(const dstu_ctx &ctx, Slot slot)
     kp.bits = 0;
     if (!multiply_windows(ctx, slot, slot.windows_left)) {
         qale2kpic_init(&kp, &ctx.curve, slot.record.e, ctx.powers, ctx.ws);
-        engine.multiply(&kp);
+        engine.multiply_var(&kp);
     }
     slot.windows_left = 0;
     // The inversion is done here, so that taking a ready secret costs little.
@@ -134,7 +134,7 @@ void compress(const dstu_ctx &ctx, qal2d *c, Slot slot)
 {
     qale2point &Q = slot.record.kp.Q;
     if (!has_odd_order(ctx)) {
-        even_order::compress(ctx, c, &Q);
+        even_order::compress_var(ctx, c, &Q);
         return;
     }
     qal2pcopy(qal2pclear(c, degree_of(ctx)), Q.X);

@@ -21,7 +21,7 @@ namespace {
 constexpr size_t signing_stack = 4352;
 
 // The hash as an element: its first m bits; 1 for 0.
-void read_hash(const dstu_ctx &ctx, qal2d *h, int32_t bits, const uint8_t *hash)
+void read_hash_var(const dstu_ctx &ctx, qal2d *h, int32_t bits, const uint8_t *hash)
 {
     qal2pclear(h, degree_of(ctx));
     qal2pfrombits(h, hash, bits < degree_of(ctx) ? bits : degree_of(ctx));
@@ -30,7 +30,7 @@ void read_hash(const dstu_ctx &ctx, qal2d *h, int32_t bits, const uint8_t *hash)
 }
 
 // The low L - 1 bits of an element that is not zero, where the order has L.
-void to_scalar(const dstu_ctx &ctx, qald *r, const qal2d *element)
+void to_scalar_var(const dstu_ctx &ctx, qald *r, const qal2d *element)
 {
     qalmodexpb2(qal2ptobig(r, element), order_bits(ctx) - 1);
 }
@@ -39,7 +39,7 @@ void to_scalar(const dstu_ctx &ctx, qald *r, const qal2d *element)
 void signature_scalar(const dstu_ctx &ctx, qald *s, const qald *e, const qald *d, const qald *r)
 {
     if (!has_odd_order(ctx)) {
-        even_order::signature_scalar(ctx, s, e, d, r);
+        even_order::signature_scalar_var(ctx, s, e, d, r);
         return;
     }
     const qald *const n = ctx.n;
@@ -68,7 +68,7 @@ void signature_scalar(const dstu_ctx &ctx, qald *s, const qald *e, const qald *d
 void abscissa(const dstu_ctx &ctx, qal2d *x, const qal2d *c)
 {
     if (!has_odd_order(ctx)) {
-        even_order::abscissa(ctx, x, c);
+        even_order::abscissa_var(ctx, x, c);
         return;
     }
     qal2pcopy(x, c);
@@ -83,7 +83,7 @@ int sign_hash(const dstu_ctx &ctx, dstu_bspool &pool, int32_t priv_len, const ui
     if (!read_private_key(ctx, d, priv, priv_len))
         return DSTU_BAD_PRIVATE_KEY;
     qal2p h, point, x;
-    read_hash(ctx, h, hash_bits, hash);
+    read_hash_var(ctx, h, hash_bits, hash);
     qal2pclear(x, degree_of(ctx));
     Number e, s;
     qald r[QALBIG_SIZE];
@@ -94,7 +94,7 @@ int sign_hash(const dstu_ctx &ctx, dstu_bspool &pool, int32_t priv_len, const ui
         abscissa(ctx, x, point);
         // In place: if this attempt fails, the next one begins with its product.
         qale2bfmul(&ctx.curve, h, h, x);
-        to_scalar(ctx, r, h);
+        to_scalar_var(ctx, r, h);
         if (r[0] == 0)
             continue;
         signature_scalar(ctx, s, e, d, r);
@@ -141,17 +141,17 @@ int dstu_verify(const dstu_ctx *ctx, int32_t pub_len, const uint8_t *pub, int32_
     if (r[0] == 0 || qalcmp(r, ctx->n) >= 0 || s[0] == 0 || qalcmp(s, ctx->n) >= 0)
         return DSTU_BAD_SIGNATURE;
     qale2point Q;
-    if (!read_point(ctx->curve, &Q, pub, pub_len))
+    if (!read_point_var(ctx->curve, &Q, pub, pub_len))
         return DSTU_BAD_PUBLIC_KEY;
 
     qal2p x, h;
-    if (!engine_of(*ctx).joint_abscissa(&ctx->curve, x, s, ctx->powers, r, &Q))
+    if (!engine_of(*ctx).joint_abscissa_var(&ctx->curve, x, s, ctx->powers, r, &Q))
         return DSTU_BAD_SIGNATURE;
-    read_hash(*ctx, h, hash_bits, hash);
+    read_hash_var(*ctx, h, hash_bits, hash);
     qale2bfmul(&ctx->curve, h, h, x);
     if (qal2p_is_zero(h))
         return DSTU_BAD_SIGNATURE;
-    to_scalar(*ctx, expected, h);
+    to_scalar_var(*ctx, expected, h);
     return qalcmp(expected, r) == 0 ? DSTU_OK : DSTU_BAD_SIGNATURE;
 }
 }

@@ -61,7 +61,7 @@ inline unsigned bits_at(const qald *k, unsigned position, unsigned count)
 
 // Non-adjacent form of width w: digits are odd and below 2^(w-1) in size, at most one of w
 // consecutive ones is not zero. Returns how many digits count.
-inline unsigned recode(signed char *digits, const qald *k, unsigned w)
+inline unsigned recode_var(signed char *digits, const qald *k, unsigned w)
 {
     memset(digits, 0, wnaf_digits);
     const unsigned bits = 64 * static_cast<unsigned>(k[0]);
@@ -86,7 +86,7 @@ struct Curves {
     using E = typename F::E;
     static constexpr const FieldPolynomial &f = F::f;
     static constexpr unsigned n = f.halves();
-    static constexpr unsigned most_entries = regular_entries;
+    static constexpr unsigned most_entries = window_entries;
 
     struct Projective {
         E x, y, z;
@@ -214,7 +214,7 @@ struct Curves {
     }
 
     // What qale2pd and qale2pa do in every case.
-    static void double_any(const Coefficients &c, Projective &p)
+    static void double_any_var(const Coefficients &c, Projective &p)
     {
         if (none(p.z))
             p = {zero(), zero(), zero()};
@@ -222,7 +222,7 @@ struct Curves {
             p = twice(c, p);
     }
 
-    static void add_any(const Coefficients &c, Projective &p, const Affine &q)
+    static void add_any_var(const Coefficients &c, Projective &p, const Affine &q)
     {
         if (none(q.x) && none(q.y))
             return;
@@ -240,8 +240,8 @@ struct Curves {
     }
 
     // table[i] = (2 i + 1) P for i < count; `inversions` of what is projective are one.
-    static bool odd_multiples_of(const Coefficients &c, Affine *table, const Affine &p,
-                                 unsigned count)
+    static bool odd_multiples_of_var(const Coefficients &c, Affine *table, const Affine &p,
+                                     unsigned count)
     {
         table[0] = p;
         if (none(p.x))
@@ -279,7 +279,7 @@ struct Curves {
     static Affine look_up(const qale2affine *table, unsigned index)
     {
         Affine r = {zero(), zero()};
-        for (unsigned i = 0; i < static_cast<unsigned>(regular_entries); i++) {
+        for (unsigned i = 0; i < static_cast<unsigned>(window_entries); i++) {
             const uint64_t mask = 0 - (((uint64_t{i} ^ index) - 1) >> 63);
             const Affine entry = load(table + i);
             r.x = F::add(r.x, F::masked(entry.x, mask));
@@ -311,10 +311,10 @@ struct Curves {
         F::store(r + 1, sqr_times(F::load(z + 1), f.m - 1));
     }
 
-    static bool odd_multiples(const qale2curve *curve, qale2affine *table, const qale2point *P,
-                              int32_t ws)
+    static bool odd_multiples_var(const qale2curve *curve, qale2affine *table, const qale2point *P,
+                                  int32_t ws)
     {
-        if (ws < 2 || ws > static_cast<int32_t>(regular_window))
+        if (ws < 2 || ws > static_cast<int32_t>(window_width))
             return false;
         const unsigned count = 1U << (ws - 1);
         const Coefficients c(curve);
@@ -323,7 +323,7 @@ struct Curves {
             return false;
         const E z = inverse(p.z);
         Affine multiples[most_entries];
-        if (!odd_multiples_of(c, multiples, {F::mul(p.x, z), F::mul(p.y, F::sqr(z))}, count))
+        if (!odd_multiples_of_var(c, multiples, {F::mul(p.x, z), F::mul(p.y, F::sqr(z))}, count))
             return false;
         for (unsigned i = 0; i < count; i++) {
             store(table[i].x, multiples[i].x);
@@ -332,7 +332,7 @@ struct Curves {
         return true;
     }
 
-    static void multiply(qale2kpic_ctx *ctx)
+    static void multiply_var(qale2kpic_ctx *ctx)
     {
         const Coefficients c(ctx->curve);
         Projective q = {zero(), zero(), zero()};
@@ -341,9 +341,9 @@ struct Curves {
             const uint64_t digit = qalgetslide(ctx->k, ctx->bits - 1, ctx->ws, &length);
             ctx->bits -= static_cast<uint64_t>(length);
             for (; length > 0; length--)
-                double_any(c, q);
+                double_any_var(c, q);
             if (digit != 0)
-                add_any(c, q, load(ctx->powers + (digit - 1) / 2));
+                add_any_var(c, q, load(ctx->powers + (digit - 1) / 2));
         }
         store(&ctx->Q, q);
     }
@@ -357,9 +357,9 @@ struct Curves {
                                  const qald *order, const qale2affine *table, unsigned from,
                                  unsigned to)
     {
-        constexpr unsigned w = regular_window, most_digits = largest_field.words();
+        constexpr unsigned w = window_width, most_digits = largest_field.words();
         const Coefficients c(curve);
-        const unsigned top = regular_windows(qalbitlen(order, 1)) - 1;
+        const unsigned top = window_count(qalbitlen(order, 1)) - 1;
         const auto digits = static_cast<unsigned>(order[0]);
         // odd = k or n - k, with a word of zeros above it.
         qald odd[most_digits + 1] = {};
@@ -455,44 +455,50 @@ struct Curves {
         x = F::add(F::sqr(xx), F::mul(c.b, F::sqr(zz)));
     }
 
-    static bool joint_abscissa(const qale2curve *curve, qal2d *r, const qald *s,
-                               const qale2affine *multiples, const qald *k, const qale2point *Q)
+    static bool joint_abscissa_var(const qale2curve *curve, qal2d *r, const qald *s,
+                                   const qale2affine *multiples, const qald *k, const qale2point *Q)
     {
-        constexpr unsigned w1 = regular_window + 1, w2 = 5, count = 1U << (w2 - 2);
+        constexpr unsigned w1 = window_width + 1, w2 = 5, count = 1U << (w2 - 2);
         const Coefficients c(curve);
         signed char d1[wnaf_digits], d2[wnaf_digits];
-        const unsigned length1 = recode(d1, s, w1);
+        const unsigned length1 = recode_var(d1, s, w1);
         Affine own[count];
         const Affine point = {F::load(Q->X + 1), F::load(Q->Y + 1)};
         // A point that has no such multiples has a small order; it is added alone, then.
-        const bool wide = odd_multiples_of(c, own, point, count);
-        const unsigned length2 = recode(d2, k, wide ? w2 : 2);
+        const bool wide = odd_multiples_of_var(c, own, point, count);
+        const unsigned length2 = recode_var(d2, k, wide ? w2 : 2);
         Projective q = {zero(), zero(), zero()};
         for (unsigned i = length1 > length2 ? length1 : length2; i-- > 0;) {
-            double_any(c, q);
+            double_any_var(c, q);
             if (d1[i] != 0)
-                add_digit(c, q, load(multiples + (d1[i] < 0 ? -d1[i] : d1[i]) / 2), d1[i] < 0);
+                add_digit_var(c, q, load(multiples + (d1[i] < 0 ? -d1[i] : d1[i]) / 2), d1[i] < 0);
             if (d2[i] != 0)
-                add_digit(c, q, own[(d2[i] < 0 ? -d2[i] : d2[i]) / 2], d2[i] < 0);
+                add_digit_var(c, q, own[(d2[i] < 0 ? -d2[i] : d2[i]) / 2], d2[i] < 0);
         }
         store(r, F::mul(q.x, inverse(q.z)));
         return !none(q.z);
     }
 
-    static void add_digit(const Coefficients &c, Projective &q, Affine p, bool negative)
+    static void add_digit_var(const Coefficients &c, Projective &q, Affine p, bool negative)
     {
         if (negative)
             p.y = F::add(p.y, p.x);
-        add_any(c, q, p);
+        add_any_var(c, q, p);
     }
 };
 
 template<typename F>
 constexpr Engine engine_over = {
-    Curves<F>::invert,           Curves<F>::trace,         Curves<F>::half_trace,
-    Curves<F>::square_root,      Curves<F>::odd_multiples, Curves<F>::multiply,
-    Curves<F>::multiply_windows, Curves<F>::make_affine,   Curves<F>::multiply_abscissa,
-    Curves<F>::joint_abscissa,
+    Curves<F>::invert,
+    Curves<F>::trace,
+    Curves<F>::half_trace,
+    Curves<F>::square_root,
+    Curves<F>::odd_multiples_var,
+    Curves<F>::multiply_var,
+    Curves<F>::multiply_windows,
+    Curves<F>::make_affine,
+    Curves<F>::multiply_abscissa,
+    Curves<F>::joint_abscissa_var,
 };
 
 // The engines over representations of all fields, in the order of `fields`.

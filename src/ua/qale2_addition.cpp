@@ -12,8 +12,8 @@ namespace {
 //   A = Y1 + y2 Z1^2, B = X1 + x2 Z1, C = Z1 B, Z3 = C^2, X3 = A^2 + A C + B^2 (C + a Z1^2),
 //   Y3 = (x2 Z3 + X3) (A C + Z3) + (x2 + y2) Z3^2.
 // False if x2 = X1/Z1, where the formula fails; `equal` tells whether the points are.
-bool add_affine(const qale2curve *curve, qale2point *R, const qale2point *P, const qal2d *x2,
-                const qal2d *y2, bool *equal)
+bool add_affine_var(const qale2curve *curve, qale2point *R, const qale2point *P, const qal2d *x2,
+                    const qal2d *y2, bool *equal)
 {
     Element t1(curve), t2(curve), t3(curve);
     Point sum(curve);
@@ -48,14 +48,15 @@ bool add_affine(const qale2curve *curve, qale2point *R, const qale2point *P, con
     return true;
 }
 
-qale2point *add(const qale2curve *curve, qale2point *R, const qale2point *P, const qale2point *Q)
+qale2point *add_var(const qale2curve *curve, qale2point *R, const qale2point *P,
+                    const qale2point *Q)
 {
     if (qale2p_is_inf(curve, Q))
         return qale2pcp(curve, R, P);
     if (qale2p_is_inf(curve, P))
         return qale2pcp(curve, R, Q);
     bool equal;
-    if (add_affine(curve, R, P, Q->X, Q->Y, &equal))
+    if (add_affine_var(curve, R, P, Q->X, Q->Y, &equal))
         return R;
     return equal ? Unwiped::qale2pd(curve, R, Q) : Unwiped::qale2pcr(curve, R, nullptr, nullptr);
 }
@@ -97,7 +98,7 @@ qale2point *Unwiped::qale2pa(const qale2curve *curve, qale2point *R, const qale2
     if (qale2p_is_inf(curve, P))
         return qale2pcr(curve, R, x, y);
     bool equal;
-    if (add_affine(curve, R, P, x, y, &equal))
+    if (add_affine_var(curve, R, P, x, y, &equal))
         return R;
     if (!equal)
         return qale2pcr(curve, R, nullptr, nullptr);
@@ -118,7 +119,7 @@ qale2point *qale2pd(const qale2curve *curve, qale2point *R, const qale2point *P)
 qale2point *qale2paa(const qale2curve *curve, qale2point *R, const qale2point *P,
                      const qale2point *Q)
 {
-    return run_on_wiped_stack<point_stack>([=] { return add(curve, R, P, Q); });
+    return run_on_wiped_stack<point_stack>([=] { return add_var(curve, R, P, Q); });
 }
 
 qale2point *qale2pa(const qale2curve *curve, qale2point *R, const qale2point *P, const qal2d *x,

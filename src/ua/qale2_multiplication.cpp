@@ -12,7 +12,7 @@ qale2affine *Unwiped::qale2ic(const qale2curve *curve, qale2affine *table, const
                               int32_t ws)
 {
     const Engine *engine = engine_of(curve);
-    if (engine != nullptr && engine->odd_multiples(curve, table, P, ws))
+    if (engine != nullptr && engine->odd_multiples_var(curve, table, P, ws))
         return table;
     Point point(curve), twice(curve);
     qale2pcp(curve, point, P);
@@ -53,7 +53,7 @@ qale2point *Unwiped::qale2kpic(const qale2curve *curve, qale2point *R, const qal
     qale2kpic_ctx ctx = {};
     qale2kpic_init(&ctx, curve, k, powers, ws);
     if (const Engine *engine = engine_of(curve)) {
-        engine->multiply(&ctx);
+        engine->multiply_var(&ctx);
         qale2pcp(curve, R, &ctx.Q);
     } else {
         while (qale2kpic_step(&ctx, R) == 0) {

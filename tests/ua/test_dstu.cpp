@@ -214,7 +214,7 @@ TEST(Dstu4145, Keys)
             EXPECT_EQ(poly_of(priv.contents()), d);
             EXPECT_EQ(pub.contents(), domain.public_key(d));
         }
-        // Every small key, which the regular multiplication cannot make.
+        // Every small key, which the constant-time multiplication cannot make.
         for (const int d : {1, 2, 3, 30, 31, 32, 62, 63, 64, 65, 66, 124, 126, 128}) {
             Source::queue = {d};
             Bytes priv(domain.key_len()), pub(domain.field_len());

@@ -499,9 +499,9 @@ TEST(BinaryCurves, Engines)
             }
 
             const qale2point G = test.point(model.G);
-            qale2affine table[regular_entries];
-            ASSERT_TRUE(engine.odd_multiples(&test.curve, table, &G, 6));
-            const unsigned windows = regular_windows(length(model.n));
+            qale2affine table[window_entries];
+            ASSERT_TRUE(engine.odd_multiples_var(&test.curve, table, &G, 6));
+            const unsigned windows = window_count(length(model.n));
             Number order(model.n);
             for (int round = 0; round < 6; round++) {
                 const mpz_class k =
@@ -544,7 +544,7 @@ TEST(BinaryCurves, Engines)
                 Number first(s);
                 const qale2point P = test.point(p);
                 const ModelPoint sum = model.add(model.mul(s, model.G), model.mul(k, p));
-                ASSERT_EQ(engine.joint_abscissa(&test.curve, c, first, table, number, &P),
+                ASSERT_EQ(engine.joint_abscissa_var(&test.curve, c, first, table, number, &P),
                           !sum.infinite);
                 ASSERT_EQ(poly_of(c), sum.x);
             }
@@ -558,7 +558,7 @@ TEST(BinaryCurves, Engines)
                     const ModelPoint size = model.mul(std::abs(total), model.G);
                     const ModelPoint sum =
                         total < 0 && !size.infinite ? ModelCurve::negative(size) : size;
-                    ASSERT_EQ(engine.joint_abscissa(&test.curve, c, first, table, second, &G),
+                    ASSERT_EQ(engine.joint_abscissa_var(&test.curve, c, first, table, second, &G),
                               !sum.infinite);
                     ASSERT_EQ(poly_of(c), sum.x);
                 }
