@@ -1,5 +1,6 @@
-// Products and squares by PCLMULQDQ on registers of two words, least significant word first. For
-// files that are compiled with the instruction; internal linkage throughout.
+// Products and squares by PCLMULQDQ on registers of two words, least significant word first.
+// Results must not overlap operands. Constant time. Files that are compiled for the instruction
+// include this, so everything has internal linkage.
 #pragma once
 
 #include "ua/unroll.hpp"
@@ -25,7 +26,7 @@ QAL_CLMUL __m128i sum_of(__m128i a, __m128i b, Rest... rest)
     return sum_of(_mm_xor_si128(a, b), rest...);
 }
 
-// By a word upwards or downwards.
+// Shifts by one word, towards higher or lower degrees.
 QAL_CLMUL __m128i word_up(__m128i a)
 {
     return _mm_slli_si128(a, 8);
@@ -41,8 +42,8 @@ QAL_CLMUL __m128i swapped(__m128i a)
     return _mm_shuffle_epi32(a, 0x4e);
 }
 
-// Not by VMOVQ between registers, which valgrind does not know and compilers would choose if they
-// saw the mask.
+// The barrier hides the mask from the compiler. It would choose VMOVQ between registers instead,
+// which valgrind does not know.
 QAL_CLMUL __m128i low_word(__m128i a)
 {
     __m128i mask = _mm_set_epi64x(0, -1);

@@ -1,4 +1,5 @@
-// The texts with which operations state that a count of words is in range.
+// The precondition that a polynomial's count of words is in range, with the texts that the
+// interface states for it. Counts are public.
 #pragma once
 
 #include "base/require.hpp"

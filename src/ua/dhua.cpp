@@ -1,4 +1,5 @@
-// The Diffie-Hellman shared secret.
+// Diffie-Hellman on the curves of DSTU 4145-2002: the shared secret is x of d Q, or of d Q times
+// the cofactor. Shapes are as in dhua.h. Constant time in the private key.
 #include <qal/dhua.h>
 
 #include "base/wipe.hpp"

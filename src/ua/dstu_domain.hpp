@@ -36,8 +36,8 @@ inline uint64_t order_bits(const dstu_ctx &ctx)
     return qalbitlen(ctx.n, 1);
 }
 
-// Whether the base point has an odd order, as every one of the standard has. For even orders, which
-// the set-up accepts as well, there is dstu_even_order.hpp.
+// Every base point of the standard has an odd order. The set-up accepts even orders, too: for these
+// there is dstu_even_order.hpp.
 inline bool has_odd_order(const dstu_ctx &ctx)
 {
     return (ctx.n[1] & 1) != 0;

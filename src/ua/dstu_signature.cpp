@@ -1,6 +1,6 @@
-// Signatures of DSTU 4145-2002: r is made of x(e G) and the hash, s = (e + d r) mod n. Signing is
-// constant time but for repetitions, which the standard demands where a value is zero; the time of
-// verification depends on the values, all of which are public.
+// Signatures of DSTU 4145-2002: r is the low bits of h x(e G) for the hash h, s = (e + d r) mod n.
+// Signing is constant time in d and e but for repetitions, which the standard demands if a value is
+// zero. The time of verification depends on the values, all of which are public.
 #include "base/secrecy.hpp"
 #include "base/wipe.hpp"
 #include "qalmath64/kernels/digits.hpp"
@@ -20,7 +20,7 @@ namespace {
 // wipe theirs themselves.
 constexpr size_t signing_stack = 4352;
 
-// The hash as an element: its first m bits; 1 for 0.
+// h = the first m bits of the hash as an element, or 1 if they are all zero.
 void read_hash_var(const dstu_ctx &ctx, qal2d *h, int32_t bits, const uint8_t *hash)
 {
     qal2pclear(h, degree_of(ctx));
@@ -29,7 +29,7 @@ void read_hash_var(const dstu_ctx &ctx, qal2d *h, int32_t bits, const uint8_t *h
         qal2pinc(h);
 }
 
-// The low L - 1 bits of an element that is not zero, where the order has L.
+// r = the low L - 1 bits of an element that is not zero, where the order has L bits.
 void to_scalar_var(const dstu_ctx &ctx, qald *r, const qal2d *element)
 {
     qalmodexpb2(qal2ptobig(r, element), order_bits(ctx) - 1);

@@ -1,4 +1,4 @@
-// Looks up the fields and their engines. Exponents are public.
+// The choice of a field's engine. Exponents are public.
 #include "ua/engine.hpp"
 
 #include "ua/fields.hpp"

@@ -1,14 +1,16 @@
-// The engine over a representation of a field's elements. Included once for each representation,
-// in a file with flags of its own: everything has internal linkage.
+// The engine over a representation of a field's elements: inversion, tables, multiplication and
+// compression. Shapes, aliasing and timing are as in engine.hpp. A file with compiler flags of its
+// own includes this for its representation, so everything has internal linkage.
 //
 // A representation F has
 //   F::f                         the field polynomial,
 //   F::E                         an element, always reduced,
-//   load(words), store(words, a) from and to bare words,
-//   add, mul, sqr                in the field,
-//   is_zero(a)                   all ones or zero,
-//   masked(a, mask)              a or zero,
-//   load_reduced(words)          load for polynomials of any degree that the words have.
+//   load(words), store(words, a) conversion from and to bare words,
+//   add, mul, sqr                arithmetic in the field,
+//   is_zero(a)                   all ones if a is zero, otherwise 0,
+//   masked(a, mask)              a if the mask is all ones, 0 if it is 0,
+//   load_reduced(words)          load for polynomials of any degree that the words have room for;
+// all of them are constant time.
 #pragma once
 
 #include "base/secrecy.hpp"
@@ -22,9 +24,10 @@ namespace qal::ua {
 
 namespace {
 
-// Coefficients i of which the trace is made, as words. For m odd, Tr(1) = 1, and Tr(x^k), the sum
-// of the k-th powers of the field polynomial's roots, follows from its coefficients by Newton's
-// identities: p_k = e_1 p_(k-1) + ... + e_(k-1) p_1 + k e_k, where e_j belongs to x^(m-j).
+// The trace as a mask: bit i is Tr(x^i), so the trace of an element is the parity of its bits under
+// the mask. For odd m, Tr(1) = 1. Tr(x^k) is the sum p_k of the k-th powers of the roots of the
+// field polynomial; Newton's identities give it from the coefficients e_j at x^(m-j):
+//   p_k = e_1 p_(k-1) + ... + e_(k-1) p_1 + k e_k.
 struct TraceMask {
     uint64_t words[largest_field.words()] = {};
 
@@ -46,10 +49,11 @@ struct TraceMask {
     }
 };
 
-// Digits of signed windows.
+// Digits of the non-adjacent form: one more than the bits of the longest scalar.
 constexpr unsigned longest_scalar = 64 * largest_field.words();
 constexpr unsigned wnaf_digits = longest_scalar + 1;
 
+// The `count` bits of k from `position` on.
 inline unsigned bits_at(const qald *k, unsigned position, unsigned count)
 {
     const unsigned word = position / 64, shift = position % 64;
@@ -59,8 +63,9 @@ inline unsigned bits_at(const qald *k, unsigned position, unsigned count)
     return static_cast<unsigned>(bits & ((uint64_t{1} << count) - 1));
 }
 
-// Non-adjacent form of width w: digits are odd and below 2^(w-1) in size, at most one of w
-// consecutive ones is not zero. Returns how many digits count.
+// Non-adjacent form of width w: digits are zero, or odd and below 2^(w-1) in absolute value; of w
+// consecutive digits at most one is not zero. Returns the number of digits up to the highest one
+// that is not zero.
 inline unsigned recode_var(signed char *digits, const qald *k, unsigned w)
 {
     memset(digits, 0, wnaf_digits);
@@ -174,7 +179,7 @@ struct Curves {
         return static_cast<unsigned>(__builtin_parityll(sum));
     }
 
-    // The formulas are those of qale2pd and qale2pa, operation by operation.
+    // The formulas are those of qale2_addition.cpp, operation by operation.
     static Projective twice(const Coefficients &c, const Projective &p)
     {
         const E z2 = F::sqr(p.z), x2 = F::sqr(p.x);
@@ -189,8 +194,9 @@ struct Curves {
         return r;
     }
 
-    // The sum where it is neither a doubling nor infinity; otherwise its z is zero, `big_a` and
-    // `big_b` tell more.
+    // A sum of points that are neither equal nor opposite; if they are, or p is infinity, r.z is
+    // zero. big_b is zero for equal and opposite points, and big_a then tells which: it is zero for
+    // equal ones.
     struct Sum {
         Projective r;
         E big_a, big_b;
@@ -213,7 +219,7 @@ struct Curves {
         return s;
     }
 
-    // What qale2pd and qale2pa do in every case.
+    // The group law for all points, as qale2pd() and qale2pa() have it.
     static void double_any_var(const Coefficients &c, Projective &p)
     {
         if (none(p.z))
@@ -239,7 +245,8 @@ struct Curves {
             p = {zero(), zero(), zero()};
     }
 
-    // table[i] = (2 i + 1) P for i < count; `inversions` of what is projective are one.
+    // table[i] = (2 i + 1) P for i < count, by two inversions: that of x for 2 P, and one for all z
+    // together (Montgomery's trick). Returns false if a multiple is infinity.
     static bool odd_multiples_of_var(const Coefficients &c, Affine *table, const Affine &p,
                                      unsigned count)
     {
@@ -275,7 +282,7 @@ struct Curves {
         return true;
     }
 
-    // The entry of the table with this index, by a look at every one.
+    // The entry of the table with this index. Reads all entries.
     static Affine look_up(const qale2affine *table, unsigned index)
     {
         Affine r = {zero(), zero()};
@@ -287,8 +294,6 @@ struct Curves {
         }
         return r;
     }
-
-    // Interface
 
     static void invert(qal2d *r, const qal2d *a)
     {
@@ -348,11 +353,11 @@ struct Curves {
         store(&ctx->Q, q);
     }
 
-    // For odd k: with windows of w bits, k = sum of d_i 2^(w i), where d_i = (k / 2^(w i) mod
-    // 2^(w+1), made odd) - 2^w, and the topmost one is k / 2^(w i), made odd. All digits are odd
-    // and below 2^w in size, and none is zero. An even k is replaced by n - k, whose multiple is
-    // the opposite one. (Joye and Tunstall, "Exponent recoding and regular exponentiation
-    // algorithms", AFRICACRYPT 2009.)
+    // Joye and Tunstall, "Exponent recoding and regular exponentiation algorithms", AFRICACRYPT
+    // 2009. For odd k and windows of w bits, k = sum of d_i 2^(w i) with odd digits below 2^w in
+    // absolute value: d_i = (floor(k / 2^(w i)) mod 2^(w+1), with bit 0 set) - 2^w, and the topmost
+    // digit is floor(k / 2^(w i)) with bit 0 set. An even k is replaced by n - k, which is odd, and
+    // the multiple by its opposite.
     static bool multiply_windows(const qale2curve *curve, qale2point *Q, const qald *k,
                                  const qald *order, const qale2affine *table, unsigned from,
                                  unsigned to)
@@ -380,13 +385,13 @@ struct Curves {
             if (shift + w + 1 > 64)
                 digit |= odd[word + 1] << (64 - shift);
             digit = (digit & ((1U << (w + 1)) - 1)) | 1;
-            // The digit's size and sign: digit - 2^w, or the digit itself at the top.
+            // The absolute value and the sign of digit - 2^w, or of the digit itself at the top.
             const uint64_t base = i == top ? 0 : uint64_t{1} << w;
             const uint64_t value = digit - base, negative = 0 - (value >> 63);
             const auto size = static_cast<unsigned>((value ^ negative) - negative);
             Affine entry = look_up(table, size / 2);
-            // Infinity, zeros in the table, is no point to add. It is there for a base point of
-            // small order alone; then z is zero from here on.
+            // An entry of infinity (x = y = 0) cannot be added. Only a base point of small order
+            // has one; z is zero from there on.
             const uint64_t there = ~(F::is_zero(entry.x) & F::is_zero(entry.y));
             entry.y = F::add(entry.y, F::masked(entry.x, negative ^ even));
             if (i == top) {
@@ -397,14 +402,14 @@ struct Curves {
                 q = twice(c, q);
             q = sum(c, q, entry).r;
             q.z = F::masked(q.z, there);
-            good = base::declassified(!none(q.z)); // chance does not bring such scalars
+            good = base::declassified(!none(q.z)); // public: fails with negligible probability
         }
         store(Q, q);
         base::wipe(odd, sizeof odd);
         return good;
     }
 
-    // x = X/Z and y/x = Y/(X Z), with one inverse; of infinity nothing but zeros comes.
+    // x = X/Z and y/x = Y/(X Z), with one inversion. Infinity gives zeros.
     static unsigned make_affine(qale2point *P)
     {
         const Projective p = load(P);
@@ -464,7 +469,7 @@ struct Curves {
         const unsigned length1 = recode_var(d1, s, w1);
         Affine own[count];
         const Affine point = {F::load(Q->X + 1), F::load(Q->Y + 1)};
-        // A point that has no such multiples has a small order; it is added alone, then.
+        // If a multiple is infinity, Q has a small order; then only Q itself is used.
         const bool wide = odd_multiples_of_var(c, own, point, count);
         const unsigned length2 = recode_var(d2, k, wide ? w2 : 2);
         Projective q = {zero(), zero(), zero()};

@@ -1,4 +1,5 @@
-// Engines with PCLMULQDQ: elements in registers of two words.
+// Engines with PCLMULQDQ: elements in registers of two words. Shapes, aliasing and timing are as in
+// engine.hpp.
 #include "ua/clmul.hpp"
 #include "ua/engine_body.hpp"
 
@@ -6,7 +7,8 @@ namespace qal::ua {
 
 namespace {
 
-// What the fields share. D has product, square_product and reduced, on registers.
+// The representation F of engine_body.hpp, but for the product and the reduction of a field, which
+// D has.
 template<const FieldPolynomial &field, typename D>
 struct Registers {
     static constexpr const FieldPolynomial &f = field;
@@ -76,8 +78,9 @@ struct Registers {
     }
 };
 
-// x^192 = x^29 (x^7 + x^6 + x^3 + 1), and so on for the words above; what the topmost one, of 5
-// bits, is folded to stays below x^192. Then the 29 bits from x^163 on.
+// The words from x^192 on are folded by x^192 = x^29 (x^7 + x^6 + x^3 + 1), and so on for the
+// higher ones. The topmost word has 5 bits, so its image stays below x^192. The 29 bits from x^163
+// on are folded last.
 struct Field163 {
     QAL_CLMUL void product(__m128i *r, const __m128i *a, const __m128i *b) { multiply3(r, a, b); }
 
@@ -95,8 +98,8 @@ struct Field163 {
     }
 };
 
-// x^192 = x (x^9 + 1). The topmost word goes beyond x^192 by up to 7 bits, which join the one at
-// x^191.
+// The words from x^192 on are folded by x^192 = x (x^9 + 1). The image of the topmost word reaches
+// beyond x^192 by up to 7 bits. These and the bit at x^191 are folded last.
 struct Field191 {
     QAL_CLMUL void product(__m128i *r, const __m128i *a, const __m128i *b) { multiply3(r, a, b); }
 
@@ -113,8 +116,8 @@ struct Field191 {
     }
 };
 
-// The coefficient of x^256 alone is in the third register. The bits from x^257 on, h, go to
-// h (x^12 + 1), whose top 11 bits go the same way once more.
+// The third register of an element holds only the coefficient of x^256. The bits from x^257 on, h,
+// are folded to h (x^12 + 1), whose top 11 bits are folded once more.
 struct Field257 {
     QAL_CLMUL void product(__m128i *r, const __m128i *a, const __m128i *b)
     {
@@ -133,7 +136,7 @@ struct Field257 {
                                         _mm_slli_epi64(straddled(c[2], c[3]), 63)),
                       h1 = _mm_or_si128(_mm_srli_epi64(c[3], 1),
                                         _mm_slli_epi64(straddled(c[3], c[4]), 63));
-        // h x^12 below x^256, and what is above.
+        // h x^12: g below x^256, and the bits above.
         const __m128i g0 = sum_of(_mm_slli_epi64(h0, 12), _mm_srli_epi64(word_up(h0), 52)),
                       g1 = sum_of(_mm_slli_epi64(h1, 12), _mm_srli_epi64(straddled(h0, h1), 52)),
                       above = _mm_srli_epi64(word_down(h1), 52);
@@ -144,8 +147,8 @@ struct Field257 {
     }
 };
 
-// x^448 = x^17 (x^5 + x^3 + x + 1); the topmost word has 29 bits and stays below x^448. Then the 17
-// bits from x^431 on.
+// The words from x^448 on are folded by x^448 = x^17 (x^5 + x^3 + x + 1). The topmost word has 29
+// bits, so its image stays below x^448. The 17 bits from x^431 on are folded last.
 struct Field431 {
     QAL_CLMUL void product(__m128i *r, const __m128i *a, const __m128i *b) { multiply7(r, a, b); }
 

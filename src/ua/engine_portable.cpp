@@ -1,4 +1,5 @@
-// Engines with elements in words of 64 bits and the portable products.
+// Engines for any x86-64: elements in words of 64 bits, and the portable products. Shapes, aliasing
+// and timing are as in engine.hpp.
 #include "ua/engine_body.hpp"
 #include "ua/kernels.hpp"
 

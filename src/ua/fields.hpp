@@ -1,4 +1,5 @@
-// The four binary fields, each by its polynomial: whatever depends on a field starts here.
+// The four binary fields by their polynomials, in one list: degrees, exponents, and the numbers of
+// words, bits and bytes that follow from them. Fields are public.
 #pragma once
 
 #include <stdint.h>

@@ -1,11 +1,11 @@
 // Products and squares of bare polynomials over GF(2), in the variants that dispatch.cpp chooses
-// from.
+// from. Shapes and aliasing are as in qal2poly.h for the names without endings. Constant time.
 #ifndef QAL_UA_KERNELS_HPP
 #define QAL_UA_KERNELS_HPP
 
 #include <qal/qal2poly.h>
 
-// The 257-bit product in earnest, behind the preconditions of pmult257x257.
+// pmult257x257() after its precondition checks.
 extern "C" [[gnu::visibility("hidden")]] void qal_pmult257(qal2d *r, const qal2d *a,
                                                            const qal2d *b);
 
@@ -31,7 +31,7 @@ QAL_UA_PRODUCTS(QAL_UA_DECLARE_PRODUCT, _portable);
 QAL_UA_SQUARES(QAL_UA_DECLARE_SQUARE, _portable);
 QAL_UA_PRODUCTS(QAL_UA_DECLARE_PRODUCT, _pclmul);
 QAL_UA_SQUARES(QAL_UA_DECLARE_SQUARE, _pclmul);
-// As the engine takes them: they leave the stack below them to their caller to wipe.
+// Products for the engine, which do not wipe the stack below them: the engine's callers do.
 QAL_UA_DECLARE_PRODUCT(pmult192x192_unwiped);
 QAL_UA_DECLARE_PRODUCT(pmult448x448_unwiped);
 QAL_UA_DECLARE_PRODUCT(pmult257_unwiped);

@@ -1,4 +1,5 @@
-// Products and squares with PCLMULQDQ, in words of 64 bits.
+// Products and squares with PCLMULQDQ, in words of 64 bits. Shapes and aliasing are as in
+// qal2poly.h. Constant time.
 #include "ua/clmul.hpp"
 #include "ua/kernels.hpp"
 
@@ -6,8 +7,8 @@ namespace qal::ua {
 
 namespace {
 
-// What has been stored is not kept in registers besides: more of them than there are would leave
-// parts of the product on the stack.
+// Keeps the compiler from holding stored words in registers, too: it would run out of registers and
+// spill parts of the product to the stack.
 QAL_CLMUL void settle()
 {
     __asm__ volatile("" : : : "memory");
@@ -42,7 +43,7 @@ QAL_CLMUL void multiply(qal2d *r, const qal2d *a, const qal2d *b)
     store_words<2 * halves>(r, product);
 }
 
-// The products of the fifth words, which are halves, come to those of four.
+// Nine halves: a product of four words each, plus the products with the ninth halves.
 QAL_CLMUL void multiply9(qal2d *r, const qal2d *a, const qal2d *b)
 {
     multiply<8>(r, a, b);
@@ -59,7 +60,7 @@ QAL_CLMUL void multiply9(qal2d *r, const qal2d *a, const qal2d *b)
     });
 }
 
-// Seven words: multiply7 by way of r.
+// Fourteen halves: multiply7 with its intermediate results in r.
 QAL_CLMUL void multiply14(qal2d *r, const qal2d *a, const qal2d *b)
 {
     multiply<8>(r, a, b);

@@ -1,4 +1,5 @@
-// Products by Karatsuba's method and squares, in words of 32 bits.
+// Products by Karatsuba's method and squares, in words of 32 bits, for any x86-64. Shapes and
+// aliasing are as in qal2poly.h. Constant time.
 #include "base/wipe.hpp"
 #include "ua/kernels.hpp"
 #include "ua/words.hpp"
@@ -29,7 +30,7 @@ void multiply(qal2d *r, const qal2d *a, const qal2d *b)
         for (unsigned i = 0; i < 2 * l; i++)
             middle[i] ^= r[i] ^ (i < 2 * h ? r[2 * l + i] : 0);
         for (unsigned i = 0; i < 2 * l; i++) {
-            // The middle product ends where the whole one does, at the latest.
+            // The middle product does not reach beyond the whole one.
             if (l + i < 2 * n)
                 r[l + i] ^= middle[i];
         }

@@ -1,5 +1,5 @@
-// Multiples of points by sliding windows over the scalar, with tables of odd multiples: (2 i + 1)
-// P. Shapes and aliasing are as in qale2.h. The time depends on scalars and points.
+// Multiples of points by sliding windows over the scalar, with tables of the odd multiples. Shapes
+// and aliasing are as in qale2.h. The time depends on scalars and points.
 #include "qalmath64/kernels/digits.hpp"
 #include "ua/qale2.hpp"
 
@@ -104,7 +104,7 @@ qale2kpic_ctx *qale2kpic_init(qale2kpic_ctx *ctx, const qale2curve *curve, const
     set_infinity(curve, &ctx->Q);
     ctx->powers = powers;
     ctx->ws = ws;
-    ctx->bits = qal::math::bit_length(k); // of one-time secrets, too
+    ctx->bits = qal::math::bit_length(k); // constant time: k may be a one-time secret
     return ctx;
 }
 

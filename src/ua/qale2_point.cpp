@@ -1,5 +1,6 @@
-// Points: x = X/Z, y = Y/Z^2, and Z = 0 at infinity; from coordinates, to coordinates, opposite
-// points. Shapes and aliasing are as in qale2.h. The time depends on whether a point is infinity.
+// Points, x = X/Z and y = Y/Z^2, or Z = 0 at infinity: conversion from and to coordinates, and
+// negation. Shapes and aliasing are as in qale2.h. The time depends on whether a point is infinity
+// and, if y is to be found, on x.
 #include "ua/qale2.hpp"
 
 #include <string.h>

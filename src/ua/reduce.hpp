@@ -1,6 +1,5 @@
-// Reduction modulo the field polynomials, on 64-bit words.
-//
-// Everything here has internal linkage: it is compiled with the flags of several variants.
+// Reduction modulo the field polynomials, on 64-bit words, in place. Constant time. Files with
+// compiler flags of their own include this, so everything has internal linkage.
 #ifndef QAL_UA_REDUCE_HPP
 #define QAL_UA_REDUCE_HPP
 
@@ -23,8 +22,9 @@ template<unsigned position, typename Words>
         x[word + 1] ^= value >> (64 - bit);
 }
 
-// The remainder of x, which has twice the words of an element, in its lower half. Words go from the
-// top down, x^(64 i) = x^(64 i - m) (x^a + ... + 1); what they are added to lies below them.
+// Leaves the remainder of x, which has twice the words of an element, in its lower half. Words are
+// folded from the top down by x^(64 i) = x^(64 i - m) (x^a + ... + 1), which adds them to lower
+// words only.
 template<const FieldPolynomial &f, typename Words>
 [[gnu::always_inline]] inline void reduce(Words x)
 {
@@ -39,7 +39,7 @@ template<const FieldPolynomial &f, typename Words>
     x[n - 1] &= (uint64_t{1} << kept) - 1;
     unroll<f.terms()>([&](auto term) QAL_INLINED {
         constexpr unsigned e = f.term(term());
-        // The rest has 64 - kept bits.
+        // The rest has 64 - kept bits: it enters the second word only if e > kept.
         x[0] ^= rest << e;
         if constexpr (e > kept)
             x[1] ^= rest >> (64 - e);

@@ -1,8 +1,9 @@
-// Loops whose counter is a constant expression in the body.
+// Loops that are unrolled at compile time: the counter is a constant expression in the body. Files
+// with compiler flags of their own include this, so everything has internal linkage.
 #ifndef QAL_UA_UNROLL_HPP
 #define QAL_UA_UNROLL_HPP
 
-// For the bodies, behind their parameters.
+// Makes the body of a loop inline: it stands behind the body's parameters.
 #define QAL_INLINED __attribute__((always_inline))
 
 namespace qal::ua {

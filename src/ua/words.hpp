@@ -1,5 +1,5 @@
-// Carry-less arithmetic on single words, without tables: neither addresses nor branches depend on
-// the operands.
+// Carry-less products and squares of single words, by integer arithmetic without tables. Constant
+// time.
 #ifndef QAL_UA_WORDS_HPP
 #define QAL_UA_WORDS_HPP
 
@@ -7,9 +7,10 @@
 
 namespace qal::ua {
 
-// The product of two polynomials of 32 coefficients, by integer products. An operand is split into
-// four, each with every fourth bit; in a product of two such parts at most eight ones meet in a
-// place, and their sum spreads over the three empty places above it at most.
+// The product of two polynomials of 32 coefficients, by integer products. Each operand is split
+// into four parts, each with every fourth bit. In a product of two such parts at most eight ones
+// are added at one place, and the sum (at most 4 bits) fits into this place and the three empty
+// ones above it.
 [[gnu::always_inline]] static inline uint64_t product32(uint32_t a, uint32_t b)
 {
     constexpr uint32_t every = 0x11111111;
