@@ -1,4 +1,5 @@
-// Polynomials over GF(2): everything but products, squares and the inversion in the four fields.
+// Polynomials over GF(2): all operations of qal2poly.h but the products and squares of fixed sizes
+// (kernels.hpp). Shapes, aliasing and timing are as in the header.
 #include "base/bytes.hpp"
 #include "base/wipe.hpp"
 #include "ua/counts.hpp"
@@ -15,6 +16,7 @@ using namespace qal::ua;
 namespace {
 
 constexpr char qal_source[] = "../src/ua/qal2poly";
+
 constexpr int32_t highest_degree = largest_field.m;
 static_assert(QAL2P_SIZE == 1 + largest_field.halves());
 
@@ -28,7 +30,7 @@ void read_bytes(qal2d *u, const uint8_t *in, int32_t len)
         memcpy(u + 1, in, static_cast<size_t>(len));
 }
 
-// c += a x^j; what leaves c's last word is dropped.
+// c += a x^j. Coefficients beyond the last word of c are dropped.
 qal2d *addshifted(qal2d *c, int32_t j, const qal2d *a)
 {
     QAL_REQUIRE(c != nullptr, "c != 0");
@@ -45,7 +47,7 @@ qal2d *addshifted(qal2d *c, int32_t j, const qal2d *a)
     return c;
 }
 
-// Words of a polynomial two at a time, in place.
+// A polynomial's words as 64-bit words, in place: this is one of them, Pairs are all.
 struct Pair {
     qal2d *words;
 
@@ -66,8 +68,8 @@ struct Pairs {
     [[gnu::always_inline]] Pair operator[](unsigned i) const { return {words + 2 * i}; }
 };
 
-// Of the words of x, `halves` in number, the lower ones become the remainder. Those above stay as
-// they are, so that the work is done in registers, and there is room for it.
+// Reduces the `halves` words of x. The remainder replaces the lower words. The higher words do not
+// change, so the reduction works on a copy, in registers.
 template<const FieldPolynomial &f, unsigned halves>
 void reduce_in_registers(qal2d *x)
 {
@@ -85,49 +87,62 @@ void reduce_in_registers(qal2d *x)
 // How deep the stack is at most below an inversion.
 constexpr size_t inversion_stack = 1920;
 
-// The binary variant of Euclid's algorithm, which cancels the leading term of the longer of u and v
-// in every step: u = g1 a and v = g2 a modulo f throughout.
+// The inverse of u modulo the polynomial with these exponents, in one of the buffers; v, g1 and g2
+// are zero before. The binary variant of Euclid's algorithm: each step cancels the leading term of
+// the longer one of u and v. Throughout, u = g1 a and v = g2 a modulo the polynomial, where a is
+// the first value of u.
+qal2d *euclid_var(qal2d *u, qal2d *v, qal2d *g1, qal2d *g2, uint32_t mod_m, uint32_t mod_a,
+                  uint32_t mod_b, uint32_t mod_c)
+{
+    const auto degree = static_cast<int32_t>(mod_m);
+    qal2psbit(v, degree, 1);
+    qal2psbit(v, 0, 1);
+    qal2psbit(v, static_cast<int32_t>(mod_a), 1);
+    if (mod_b != 0) {
+        qal2psbit(v, static_cast<int32_t>(mod_b), 1);
+        qal2psbit(v, static_cast<int32_t>(mod_c), 1);
+    }
+    g1[1] = 1;
+    while (!(qal2p_deg(u) == 0 && u[1] == 1)) {
+        int32_t j = qal2p_deg(u) - qal2p_deg(v);
+        if (j < 0) {
+            j = -j;
+            qal2d *const shorter = u, *const factor = g1;
+            u = v;
+            v = shorter;
+            g1 = g2;
+            g2 = factor;
+        }
+        addshifted(u, j, v);
+        addshifted(g1, j, g2);
+    }
+    return g1;
+}
+
+// Constant time in the four fields.
 void invert(qal2d *r, const qal2d *a, uint32_t mod_m, uint32_t mod_a, uint32_t mod_b,
             uint32_t mod_c)
 {
     const auto degree = static_cast<int32_t>(mod_m);
-    qal2p numbers[4];
-    qal2d *u = qal2pclear(numbers[0], degree), *v = qal2pclear(numbers[1], degree),
-          *g1 = qal2pclear(numbers[2], degree), *g2 = qal2pclear(numbers[3], degree);
+    qal2p u, v, g1, g2;
+    qal2pclear(u, degree);
+    qal2pclear(v, degree);
+    qal2pclear(g1, degree);
+    qal2pclear(g2, degree);
     qal2pcopy(u, a);
-    if (const Engine *engine = engine_of_field(mod_m, mod_a, mod_b, mod_c)) {
+    const qal2d *inverse = g1;
+    if (const Engine *engine = engine_of_field(mod_m, mod_a, mod_b, mod_c))
         engine->invert(g1, u);
-    } else {
-        qal2psbit(v, degree, 1);
-        qal2psbit(v, 0, 1);
-        qal2psbit(v, static_cast<int32_t>(mod_a), 1);
-        if (mod_b != 0) {
-            qal2psbit(v, static_cast<int32_t>(mod_b), 1);
-            qal2psbit(v, static_cast<int32_t>(mod_c), 1);
-        }
-        g1[1] = 1;
-        while (!(qal2p_deg(u) == 0 && u[1] == 1)) {
-            int32_t j = qal2p_deg(u) - qal2p_deg(v);
-            if (j < 0) {
-                j = -j;
-                qal2d *const shorter = u, *const factor = g1;
-                u = v;
-                v = shorter;
-                g1 = g2;
-                g2 = factor;
-            }
-            addshifted(u, j, v);
-            addshifted(g1, j, g2);
-        }
-    }
-    qal2pcopy(r, g1);
+    else
+        inverse = euclid_var(u, v, g1, g2, mod_m, mod_a, mod_b, mod_c);
+    qal2pcopy(r, inverse);
 }
 
-// How deep the stack is at most below a product of words.
+// How deep the stack is at most below a product of a polynomial and a word.
 constexpr size_t words_stack = 192;
 
-// r = a b, with s added if that is said; the top word is the answer. Called apart with b in a
-// register, and what it takes of the stack is wiped by its callers.
+// r = the low n words of a b, or of s + a b if `added`; returns the top word. It is not inlined, so
+// that b is in a register and the callers can wipe all of the stack that it used.
 template<bool added>
 [[gnu::noinline]] qal2d multiply_by_word(qal2d *r, const qal2d *s, const qal2d *a, int32_t n,
                                          qal2d b)
