@@ -35,3 +35,20 @@ function(qal_isa_flags)
     endforeach()
   endforeach()
 endfunction()
+
+# What valgrind executes of the AVX2 class, which is more than its processor claims to have.
+set(QAL_EMULATED_CPU "QAL_ASSUMED_CPU=(cpu_bmi2_adx | cpu_pclmulqdq | cpu_avx2)")
+
+# qal_choice_flags(file): flags for the file that chooses between variants, in the calling directory
+function(qal_choice_flags file)
+  # The cap is for this file alone: a target says which in its property QAL_ISA_CAP.
+  set_property(SOURCE ${file} APPEND PROPERTY COMPILE_DEFINITIONS QAL_ISA_CAP=$<TARGET_PROPERTY:QAL_ISA_CAP>)
+  # Resolvers run before relocation has finished: nothing in their file may be instrumented.
+  set(uninstrumented -fno-sanitize=all -fno-stack-protector -fno-lto)
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU") # clang warns about coverage switches that it does not need
+    list(APPEND uninstrumented -fno-profile-arcs -fno-test-coverage)
+  else()
+    list(APPEND uninstrumented -fno-profile-instr-generate -fno-coverage-mapping)
+  endif()
+  set_property(SOURCE ${file} APPEND PROPERTY COMPILE_OPTIONS ${uninstrumented})
+endfunction()

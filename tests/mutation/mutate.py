@@ -33,10 +33,11 @@ import operators
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 EQUIVALENT = ROOT / "tests/mutation/equivalent.txt"
 
-# The programs that test a folder of src, in the order in which they are tried.
+# The programs that test a folder of src, or the file beside them, in the order in which they are tried.
 WIPING = "wiping wiping_avx2 wiping_baseline"
 BINARY_WIPING = "binary_wiping_all binary_wiping_avx2 binary_wiping_baseline"
 PROGRAMS = {
+    "dispatch.cpp": "dispatch base",
     "base": "dispatch base support",
     "gost28147": f"gost28147 {WIPING}",
     "ru": f"streebog kuznyechik {WIPING}",
@@ -309,7 +310,8 @@ class Copy:
                     programs.sort(key=lambda program: "wiping" not in program.name)
                 differs_here = False
                 # Tests can have the header's code in themselves.
-                of_here = re.compile(rf"src/.*\.dir/{where}/|tests/.*/test_({'|'.join(PROGRAMS[where].split())})\.dir/")
+                of_here = re.compile(rf"(src/|CMakeFiles/).*\.dir/(src/)?{re.escape(where)}(/|\.o$)"
+                                     rf"|tests/.*/test_({'|'.join(PROGRAMS[where].split())})\.dir/")
                 steps = self.steps([name for name in depending if name not in made and of_here.match(name)])
                 for number, step in enumerate(steps, start=1):
                     made += step

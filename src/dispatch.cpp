@@ -6,7 +6,7 @@
 //
 // A resolver runs before relocation has finished. It may call nothing but what is inlined into it,
 // and this file is compiled without sanitizers, stack protector, coverage and link-time
-// optimisation (src/CMakeLists.txt sees to that). Resolvers are external functions because clang
+// optimisation (cmake/QalIsa.cmake sees to that). Resolvers are external functions because clang
 // demands it. Never give an indirect function an alias: gcc 12 would call the resolver instead.
 //
 // QAL_ISA_CAP, one of IsaCap, is given to this file alone, so that builds with different caps have
