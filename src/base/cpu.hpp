@@ -22,10 +22,22 @@ enum CpuFeature : uint32_t {
     cpu_avx2 = 1u << 2,       // with BMI1 and BMI2, which every processor with AVX2 has
     cpu_gfni = 1u << 3,       // on 128- and 256-bit registers
     cpu_vpclmulqdq = 1u << 4, // on 256-bit registers
-    // One profile, all or nothing: F, DQ, BW, VL, VBMI, VBMI2, IFMA and, on 512-bit registers, GFNI
-    // and VPCLMULQDQ. It excludes the first generation, which clocks down under wide registers.
+    // One profile, all or nothing: all of the above, F, DQ, BW, VL, VBMI, VBMI2, IFMA and, on
+    // 512-bit registers, GFNI and VPCLMULQDQ. It excludes the first generation, which clocks down
+    // under wide registers.
     cpu_avx512 = 1u << 5,
 };
+
+// What the profile has of the features above it.
+constexpr uint32_t cpu_below_avx512 = cpu_avx512 - 1;
+
+// Features that each class of variants needs.
+constexpr uint32_t needs_portable = 0;
+constexpr uint32_t needs_bmi2adx = cpu_bmi2_adx;
+constexpr uint32_t needs_avx2 = cpu_avx2;
+constexpr uint32_t needs_avx2_gfni = cpu_avx2 | cpu_gfni;
+constexpr uint32_t needs_pclmul = cpu_avx2 | cpu_pclmulqdq;
+constexpr uint32_t needs_avx512 = cpu_avx512;
 
 struct CpuidLeaf {
     uint32_t eax, ebx, ecx, edx;
@@ -87,9 +99,8 @@ struct CpuAnswers {
 
     constexpr uint32_t f = 1u << 16, dq = 1u << 17, ifma = 1u << 21, bw = 1u << 30, vl = 1u << 31;
     constexpr uint32_t vbmi = 1u << 1, vbmi2 = 1u << 6;
-    if (cap >= isa_cap_all && has_bits(state, 0xe6) &&
-        has_bits(leaf7.ebx, f | dq | ifma | bw | vl) &&
-        has_bits(leaf7.ecx, vbmi | vbmi2 | gfni | vpclmulqdq))
+    if (cap >= isa_cap_all && has_bits(state, 0xe6) && has_bits(features, cpu_below_avx512) &&
+        has_bits(leaf7.ebx, f | dq | ifma | bw | vl) && has_bits(leaf7.ecx, vbmi | vbmi2))
         features |= cpu_avx512;
     return features;
 }

@@ -1,6 +1,8 @@
 // The cipher over many independent blocks, and the variants of it.
 #pragma once
 
+#include "base/variants.hpp"
+
 #include <qal/g28147.h>
 
 #include <stddef.h>
@@ -14,12 +16,8 @@ constexpr size_t g28147_block = 8;
 void g28147_blocks(const uint32_t *rk, const uint32_t *kext, const uint8_t *in, uint8_t *out,
                    size_t blocks);
 
-void g28147_blocks_portable(const uint32_t *rk, const uint32_t *kext, const uint8_t *in,
-                            uint8_t *out, size_t blocks);
-void g28147_blocks_avx2(const uint32_t *rk, const uint32_t *kext, const uint8_t *in, uint8_t *out,
-                        size_t blocks);
-void g28147_blocks_avx512(const uint32_t *rk, const uint32_t *kext, const uint8_t *in, uint8_t *out,
-                          size_t blocks);
+#define QAL_G28147_ROUTINES(V) V(g28147_blocks, avx512, avx2, portable)
+QAL_G28147_ROUTINES(QAL_DECLARE_VARIANTS);
 
 // How many of the blocks that are left go through a buffer of g28147_most_blocks next. The wide
 // variants take a short batch by the table, at addresses that depend on key and text: if there are

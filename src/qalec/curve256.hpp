@@ -8,6 +8,8 @@
 #ifndef QAL_QALEC_CURVE256_HPP
 #define QAL_QALEC_CURVE256_HPP
 
+#include "base/variants.hpp"
+
 #include <qal/qalec.h>
 
 #include <stdint.h>
@@ -62,39 +64,33 @@ struct Curve256 {
 #define QAL_SCALAR256_INVERT(name) bool name(const uint64_t *q, const uint64_t *x, uint64_t *z)
 
 QAL_CURVE256_MULTIPLY_BASE(curve256_multiply_base);
-QAL_CURVE256_MULTIPLY_BASE(curve256_multiply_base_portable);
-QAL_CURVE256_MULTIPLY_BASE(curve256_multiply_base_bmi2adx);
-QAL_CURVE256_MULTIPLY_BASE(curve256_multiply_base_avx512);
 QAL_CURVE256_MULTIPLY(curve256_multiply);
-QAL_CURVE256_MULTIPLY(curve256_multiply_portable);
-QAL_CURVE256_MULTIPLY(curve256_multiply_bmi2adx);
-QAL_CURVE256_MULTIPLY(curve256_multiply_avx512);
-
-// The same where no step meets points that are equal, opposite or infinite, and where p is one for
-// which there are lanes; false elsewhere. With a point of prime order q, not less than 2^254 - 1,
-// and n below q no step does.
-bool curve256_multiply_base_once_avx512(const Curve256 *curve, const qalecpoint *table,
-                                        const uint64_t *n, uint64_t *xy);
-bool curve256_multiply_once_avx512(const Curve256 *curve, const uint64_t *P, const uint64_t *n,
-                                   uint64_t *xy);
-
 QAL_CURVE256_CONTAINS(curve256_contains);
-QAL_CURVE256_CONTAINS(curve256_contains_portable);
-QAL_CURVE256_CONTAINS(curve256_contains_bmi2adx);
 QAL_CURVE256_MATCHES(curve256_matches);
-QAL_CURVE256_MATCHES(curve256_matches_portable);
-QAL_CURVE256_MATCHES(curve256_matches_bmi2adx);
-QAL_CURVE256_MATCHES(curve256_matches_avx512);
+QAL_SCALAR256_SUM_OF_PRODUCTS(scalar256_sum_of_products);
+QAL_SCALAR256_INVERT(scalar256_invert);
+
+#define QAL_CURVE256_ROUTINES(V)                                                                   \
+    V(curve256_multiply_base, avx512, bmi2adx, portable);                                          \
+    V(curve256_multiply, avx512, bmi2adx, portable);                                               \
+    V(curve256_contains, bmi2adx, portable);                                                       \
+    V(curve256_matches, avx512, bmi2adx, portable);                                                \
+    V(scalar256_sum_of_products, bmi2adx, portable);                                               \
+    V(scalar256_invert, bmi2adx, portable)
+QAL_CURVE256_ROUTINES(QAL_DECLARE_VARIANTS);
+
 QAL_CURVE256_TO_AFFINE(curve256_to_affine_portable);
 QAL_CURVE256_TO_AFFINE(curve256_to_affine_bmi2adx);
 QAL_CURVE256_HAS_ABSCISSA(curve256_has_abscissa_portable);
 QAL_CURVE256_HAS_ABSCISSA(curve256_has_abscissa_bmi2adx);
-QAL_SCALAR256_SUM_OF_PRODUCTS(scalar256_sum_of_products);
-QAL_SCALAR256_SUM_OF_PRODUCTS(scalar256_sum_of_products_portable);
-QAL_SCALAR256_SUM_OF_PRODUCTS(scalar256_sum_of_products_bmi2adx);
-QAL_SCALAR256_INVERT(scalar256_invert);
-QAL_SCALAR256_INVERT(scalar256_invert_portable);
-QAL_SCALAR256_INVERT(scalar256_invert_bmi2adx);
+
+// Multiplications where no step meets points that are equal, opposite or infinite, and where p is
+// one for which there are lanes; false elsewhere. With a point of prime order q, not less than
+// 2^254 - 1, and n below q no step does.
+bool curve256_multiply_base_once_avx512(const Curve256 *curve, const qalecpoint *table,
+                                        const uint64_t *n, uint64_t *xy);
+bool curve256_multiply_once_avx512(const Curve256 *curve, const uint64_t *P, const uint64_t *n,
+                                   uint64_t *xy);
 
 } // namespace qal::ec
 

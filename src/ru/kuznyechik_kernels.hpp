@@ -3,6 +3,8 @@
 // Contracts of the exported names are those of <qal/kuzn.h>.
 #pragma once
 
+#include "base/variants.hpp"
+
 #include <qal/kuzn.h>
 
 #include <stddef.h>
@@ -17,22 +19,13 @@ void kuznyechik_block_dec(uint8_t *block, const uint8_t *rk);
 void kuznyechik_ctr_blocks(const uint8_t *rk, uint32_t *counter, const uint8_t *in, uint8_t *out,
                            size_t blocks);
 
-void kuzn_setup_keys_portable(uint8_t *rk, const uint8_t *key);
-void kuzn_block_enc_portable(uint8_t *block, const uint8_t *rk);
-void kuznyechik_block_dec_portable(uint8_t *block, const uint8_t *rk);
-void kuznyechik_ctr_blocks_portable(const uint8_t *rk, uint32_t *counter, const uint8_t *in,
-                                    uint8_t *out, size_t blocks);
-
-void kuznyechik_ctr_blocks_avx2(const uint8_t *rk, uint32_t *counter, const uint8_t *in,
-                                uint8_t *out, size_t blocks);
-
-void kuznyechik_ctr_blocks_avx2_gfni(const uint8_t *rk, uint32_t *counter, const uint8_t *in,
-                                     uint8_t *out, size_t blocks);
-
-void kuzn_setup_keys_avx512(uint8_t *rk, const uint8_t *key);
-void kuzn_block_enc_avx512(uint8_t *block, const uint8_t *rk);
-void kuznyechik_block_dec_avx512(uint8_t *block, const uint8_t *rk);
-void kuznyechik_ctr_blocks_avx512(const uint8_t *rk, uint32_t *counter, const uint8_t *in,
-                                  uint8_t *out, size_t blocks);
+#define QAL_KUZNYECHIK_ROUTINES(V)                                                                 \
+    V(kuznyechik_block_dec, avx512, portable);                                                     \
+    V(kuznyechik_ctr_blocks, avx512, avx2_gfni, avx2, portable)
+#define QAL_KUZNYECHIK_EXPORTS(V)                                                                  \
+    V(kuzn_setup_keys, avx512, portable);                                                          \
+    V(kuzn_block_enc, avx512, portable)
+QAL_KUZNYECHIK_ROUTINES(QAL_DECLARE_VARIANTS);
+QAL_KUZNYECHIK_EXPORTS(QAL_DECLARE_VARIANTS);
 
 } // namespace qal::ru

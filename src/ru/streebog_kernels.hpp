@@ -4,6 +4,8 @@
 #ifndef QAL_RU_STREEBOG_KERNELS_HPP
 #define QAL_RU_STREEBOG_KERNELS_HPP
 
+#include "base/variants.hpp"
+
 #include <qal/streebog.h>
 
 #include <stddef.h>
@@ -14,17 +16,12 @@ namespace qal::ru {
 // For each of n blocks in turn: h = g_N(h, block), N += bits, sigma += block.
 void streebog_blocks(streebog_ctx *ctx, const uint8_t *blocks, size_t n, uint64_t bits);
 
-void streebog_blocks_portable(streebog_ctx *ctx, const uint8_t *blocks, size_t n, uint64_t bits);
-void streebog_gN_portable(uint8_t *h, const uint8_t *m, const uint8_t *N);
-void streebog_lpsx64_portable(uint8_t *out, const uint8_t *a, const uint8_t *b);
-
-void streebog_blocks_avx2_gfni(streebog_ctx *ctx, const uint8_t *blocks, size_t n, uint64_t bits);
-void streebog_gN_avx2_gfni(uint8_t *h, const uint8_t *m, const uint8_t *N);
-void streebog_lpsx64_avx2_gfni(uint8_t *out, const uint8_t *a, const uint8_t *b);
-
-void streebog_blocks_avx512(streebog_ctx *ctx, const uint8_t *blocks, size_t n, uint64_t bits);
-void streebog_gN_avx512(uint8_t *h, const uint8_t *m, const uint8_t *N);
-void streebog_lpsx64_avx512(uint8_t *out, const uint8_t *a, const uint8_t *b);
+#define QAL_STREEBOG_ROUTINES(V) V(streebog_blocks, avx512, avx2_gfni, portable)
+#define QAL_STREEBOG_EXPORTS(V)                                                                    \
+    V(streebog_gN, avx512, avx2_gfni, portable);                                                   \
+    V(streebog_lpsx64, avx512, avx2_gfni, portable)
+QAL_STREEBOG_ROUTINES(QAL_DECLARE_VARIANTS);
+QAL_STREEBOG_EXPORTS(QAL_DECLARE_VARIANTS);
 
 } // namespace qal::ru
 

@@ -2,19 +2,6 @@
 #pragma once
 
 #include "base/cpu.hpp"
-#include "gost28147/g28147_kernels.hpp"
-#include "gost28147/gr341194_kernels.hpp"
-#include "qalec/curve256.hpp"
-#include "qalmath64/kernels/kernels.hpp"
-#include "qalmath64/kernels/montgomery.hpp"
-#include "qalmath64/powers/powers.hpp"
-#include "ru/kuznyechik_kernels.hpp"
-#include "ru/streebog_kernels.hpp"
-#include "ua/engine.hpp"
-#include "ua/kernels.hpp"
-
-#include <qal/kuzn.h>
-#include <qal/streebog.h>
 
 #include <stdexcept>
 #include <vector>
@@ -23,7 +10,8 @@ namespace qal::test {
 
 using Address = void (*)();
 
-struct Variant {
+struct DispatchedVariant {
+    const char *isa;
     uint32_t needs;
     Address address;
 };
@@ -31,11 +19,11 @@ struct Variant {
 struct Dispatched {
     const char *name;
     Address (*chosen)();
-    std::vector<Variant> variants; // in the order of preference
+    std::vector<DispatchedVariant> variants; // in the order of preference
 
     [[nodiscard]] Address best(uint32_t features) const
     {
-        for (const Variant &variant : variants)
+        for (const DispatchedVariant &variant : variants)
             if ((features & variant.needs) == variant.needs)
                 return variant.address;
         throw std::logic_error("no variant for every processor");

@@ -78,8 +78,8 @@ constexpr uint32_t bits(std::initializer_list<unsigned> numbers)
 }
 
 const Need needs[] = {
-    {cpu_bmi2_adx, &CpuidLeaf::ebx, bits({8, 19}), true},
-    {cpu_pclmulqdq, &CpuidLeaf::ecx, bits({1}), false},
+    {cpu_bmi2_adx | cpu_avx512, &CpuidLeaf::ebx, bits({8, 19}), true},
+    {cpu_pclmulqdq | cpu_avx512, &CpuidLeaf::ecx, bits({1}), false},
     {cpu_avx2 | cpu_gfni | cpu_vpclmulqdq | cpu_avx512, &CpuidLeaf::ebx, bits({3, 5, 8}), true},
     {cpu_gfni | cpu_avx512, &CpuidLeaf::ecx, bits({8}), true},
     {cpu_vpclmulqdq | cpu_avx512, &CpuidLeaf::ecx, bits({10}), true},
@@ -173,9 +173,9 @@ TEST(Cpu, AgreesWithTheCompilersRuntime)
               __builtin_cpu_supports("vpclmulqdq") && __builtin_cpu_supports("avx2"));
     EXPECT_EQ(has(cpu_gfni), __builtin_cpu_supports("gfni") && __builtin_cpu_supports("avx2"));
     EXPECT_EQ(has(cpu_avx512),
-              __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq") &&
-                  __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vl") &&
-                  __builtin_cpu_supports("avx512vbmi") && __builtin_cpu_supports("avx512vbmi2") &&
-                  __builtin_cpu_supports("avx512ifma") && __builtin_cpu_supports("gfni") &&
-                  __builtin_cpu_supports("vpclmulqdq"));
+              has(cpu_bmi2_adx) && has(cpu_pclmulqdq) && __builtin_cpu_supports("avx512f") &&
+                  __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512bw") &&
+                  __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512vbmi") &&
+                  __builtin_cpu_supports("avx512vbmi2") && __builtin_cpu_supports("avx512ifma") &&
+                  __builtin_cpu_supports("gfni") && __builtin_cpu_supports("vpclmulqdq"));
 }

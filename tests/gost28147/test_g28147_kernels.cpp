@@ -10,14 +10,7 @@ using namespace qal::gost;
 
 namespace {
 
-using Blocks = void(const uint32_t *, const uint32_t *, const uint8_t *, uint8_t *, size_t);
-
-const std::vector<Variant<Blocks>> variants = {
-    {"dispatched", 0, g28147_blocks},
-    {"portable", 0, g28147_blocks_portable},
-    {"avx2", qal::base::cpu_avx2, g28147_blocks_avx2},
-    {"avx512", qal::base::cpu_avx512, g28147_blocks_avx512},
-};
+QAL_G28147_ROUTINES(QAL_VARIANT_TABLE);
 
 std::array<uint32_t, 32> ordered(const GostModel &model)
 {
@@ -38,7 +31,7 @@ TEST(G28147Kernels, EveryNumberOfBlocks)
         const GostModel model(GostModel::standard(rows), random.bytes(32));
         const auto rk = ordered(model);
         const Bytes text = random.bytes(8 * 270), expected = model.ecb(text, true);
-        each_variant(variants, [&](const auto &variant) {
+        each_variant(g28147_blocks_variants, [&](const auto &variant) {
             for (size_t blocks = 0; blocks <= 270; blocks++) {
                 MarkedBytes out(8 * blocks, blocks % 64);
                 variant.run(rk.data(), table.data(), text.data(), out.data(), blocks);
@@ -59,7 +52,7 @@ TEST(G28147Kernels, EveryAlignment)
     const GostModel model(GostModel::standard(rows), random.bytes(32));
     const auto rk = ordered(model);
     const Bytes text = random.bytes(8 * 83), expected = model.ecb(text, true);
-    each_variant(variants, [&](const auto &variant) {
+    each_variant(g28147_blocks_variants, [&](const auto &variant) {
         at_every_alignment([&](size_t offset) {
             MarkedBytes in(text, offset), out(text.size(), (5 * offset + 2) % 64);
             variant.run(rk.data(), table.data(), in.data(), out.data(), 83);
@@ -81,7 +74,7 @@ TEST(G28147Kernels, RandomSboxes)
         const GostModel model(GostModel::standard(rows), random.runs(32));
         const auto rk = ordered(model);
         const Bytes text = random.runs(8 * 70), expected = model.ecb(text, true);
-        each_variant(variants, [&](const auto &variant) {
+        each_variant(g28147_blocks_variants, [&](const auto &variant) {
             Bytes out(text.size());
             variant.run(rk.data(), table.data(), text.data(), out.data(), 70);
             ASSERT_EQ(out, expected);
@@ -101,7 +94,7 @@ TEST(G28147Kernels, TablesOfNoSbox)
         table[entry] ^= 1U << random.below(32);
         Bytes expected(text.size());
         g28147_blocks_portable(rk.data(), table.data(), text.data(), expected.data(), 40);
-        each_variant(variants, [&](const auto &variant) {
+        each_variant(g28147_blocks_variants, [&](const auto &variant) {
             Bytes out(text.size());
             variant.run(rk.data(), table.data(), text.data(), out.data(), 40);
             ASSERT_EQ(out, expected) << entry;
@@ -111,7 +104,7 @@ TEST(G28147Kernels, TablesOfNoSbox)
         Table table = good;
         table[random.below(1024)] ^= 1U << bit;
         const Bytes expected = GostModel(GostModel::table(table), key).ecb(text, true);
-        each_variant(variants, [&](const auto &variant) {
+        each_variant(g28147_blocks_variants, [&](const auto &variant) {
             Bytes out(text.size());
             variant.run(rk.data(), table.data(), text.data(), out.data(), 40);
             ASSERT_EQ(out, expected) << bit;

@@ -137,12 +137,7 @@ Bytes nettle(const Bytes &message)
 TEST(Gr341194Kernels, StepsMatchTheModel)
 {
     using namespace qal::gost;
-    using Steps = void(uint8_t *, const uint8_t *, size_t, const uint32_t *);
-    const std::vector<Variant<Steps>> variants = {
-        {"dispatched", 0, gr341194_steps},
-        {"portable", 0, gr341194_steps_portable},
-        {"avx512", qal::base::cpu_avx512, gr341194_steps_avx512},
-    };
+    QAL_GR341194_ROUTINES(QAL_VARIANT_TABLE);
     Random random;
     for (const auto &set : published_sboxes()) {
         const std::string &name = set.first;
@@ -155,7 +150,7 @@ TEST(Gr341194Kernels, StepsMatchTheModel)
                 expected = model.step(expected,
                                       Bytes(blocks.begin() + static_cast<ptrdiff_t>(32 * i),
                                             blocks.begin() + static_cast<ptrdiff_t>(32 * i + 32)));
-            each_variant(variants, [&](const auto &variant) {
+            each_variant(gr341194_steps_variants, [&](const auto &variant) {
                 for (const uint32_t *kext : {table.data(), CryptoPro_uz}) {
                     if (kext == CryptoPro_uz && name != "cryptopro-3411")
                         continue;
@@ -173,7 +168,7 @@ TEST(Gr341194Kernels, StepsMatchTheModel)
         const Bytes h = random.bytes(32), blocks = random.bytes(32 * 8);
         Bytes expected = h;
         gr341194_steps_portable(expected.data(), blocks.data(), 8, table.data());
-        each_variant(variants, [&](const auto &variant) {
+        each_variant(gr341194_steps_variants, [&](const auto &variant) {
             Bytes state = h;
             variant.run(state.data(), blocks.data(), 8, table.data());
             ASSERT_EQ(state, expected);

@@ -15,10 +15,11 @@ using namespace qal::ec;
 
 namespace {
 
+QAL_CURVE256_ROUTINES(QAL_VARIANT_TABLE);
+
 typedef uint64_t Digits4[4];
 
 const mpz_class two256 = mpz_class(1) << 256;
-constexpr uint32_t wide = qal::base::cpu_avx512 | qal::base::cpu_bmi2_adx;
 
 void export_digits(uint64_t *d, const mpz_class &x)
 {
@@ -133,7 +134,7 @@ TEST(Engine, FieldArithmetic)
 // Four products side by side, of factors that need not be below 2^256.
 TEST(Engine, FieldProductsInLanes)
 {
-    if ((processor_features() & wide) != wide)
+    if ((processor_features() & qal::base::needs_avx512) == 0)
         GTEST_SKIP() << "needs AVX-512";
     Random random;
     for (const uint64_t c : {uint64_t{1}, uint64_t{189}, uint64_t{617}, uint64_t{0xffffffff},
@@ -272,12 +273,6 @@ TEST(Engine, Inverses)
 TEST(Engine, Scalars)
 {
     Random random;
-    const auto sums = std::vector<Variant<decltype(scalar256_sum_of_products)>>{
-        {"portable", 0, scalar256_sum_of_products_portable},
-        {"bmi2adx", qal::base::cpu_bmi2_adx, scalar256_sum_of_products_bmi2adx}};
-    const auto inverses = std::vector<Variant<decltype(scalar256_invert)>>{
-        {"portable", 0, scalar256_invert_portable},
-        {"bmi2adx", qal::base::cpu_bmi2_adx, scalar256_invert_bmi2adx}};
     for (const Modulus &modulus : moduli(random)) {
         const mpz_class &q = modulus.p;
         for (int round = 0; round < 2'000; round++) {
@@ -289,14 +284,14 @@ TEST(Engine, Scalars)
             export_digits(X, x);
             export_digits(Y, y);
             export_digits(S, s);
-            each_variant(sums, [&](const auto &variant) {
+            each_variant(scalar256_sum_of_products_variants, [&](const auto &variant) {
                 variant.run(Q, W, X, Y, S, Z);
                 ASSERT_EQ(import_digits(Z), modulo(w * x + y * s, q));
             });
             mpz_class expected;
             const bool invertible =
                 mpz_invert(expected.get_mpz_t(), x.get_mpz_t(), q.get_mpz_t()) != 0;
-            each_variant(inverses, [&](const auto &variant) {
+            each_variant(scalar256_invert_variants, [&](const auto &variant) {
                 ASSERT_EQ(variant.run(Q, X, Z), invertible);
                 if (invertible) {
                     ASSERT_EQ(import_digits(Z), expected);
@@ -375,14 +370,6 @@ mpz_class scalar(Random &random, const mpz_class &q)
 TEST(Engine, Multiples)
 {
     Random random;
-    const auto of_base = std::vector<Variant<decltype(curve256_multiply_base)>>{
-        {"portable", 0, curve256_multiply_base_portable},
-        {"bmi2adx", qal::base::cpu_bmi2_adx, curve256_multiply_base_bmi2adx},
-        {"avx512", wide, curve256_multiply_base_avx512}};
-    const auto of_any = std::vector<Variant<decltype(curve256_multiply)>>{
-        {"portable", 0, curve256_multiply_portable},
-        {"bmi2adx", qal::base::cpu_bmi2_adx, curve256_multiply_bmi2adx},
-        {"avx512", wide, curve256_multiply_avx512}};
     for (const Domain &domain : domains(random)) {
         SCOPED_TRACE(domain.name + ", p = " + domain.curve.p.get_str(16));
         const Both both(domain);
@@ -395,11 +382,11 @@ TEST(Engine, Multiples)
             uint64_t P[8], xy[8];
             export_digits(N, n);
             export_point(P, domain.G);
-            each_variant(of_base, [&](const auto &variant) {
+            each_variant(curve256_multiply_base_variants, [&](const auto &variant) {
                 variant.run(&both.engine, both.table, N, xy);
                 ASSERT_EQ(import_point(xy), expected) << n.get_str(16);
             });
-            each_variant(of_any, [&](const auto &variant) {
+            each_variant(curve256_multiply_variants, [&](const auto &variant) {
                 variant.run(&both.engine, P, N, xy);
                 ASSERT_EQ(import_point(xy), expected) << n.get_str(16);
             });
@@ -457,7 +444,7 @@ TEST(Engine, RegularScalars)
 // order: that would tell which they are.
 TEST(Engine, OneMultiplicationIsEnough)
 {
-    if ((processor_features() & wide) != wide)
+    if ((processor_features() & qal::base::needs_avx512) == 0)
         GTEST_SKIP() << "needs AVX-512";
     Random random;
     for (const Domain &domain : published_domains()) {
@@ -488,9 +475,6 @@ TEST(Engine, OneMultiplicationIsEnough)
 TEST(Engine, PointsOnTheCurve)
 {
     Random random;
-    const auto variants = std::vector<Variant<decltype(curve256_contains)>>{
-        {"portable", 0, curve256_contains_portable},
-        {"bmi2adx", qal::base::cpu_bmi2_adx, curve256_contains_bmi2adx}};
     for (const Domain &domain : domains(random)) {
         const Both both(domain);
         for (int round = 0; round < 30; round++) {
@@ -502,7 +486,7 @@ TEST(Engine, PointsOnTheCurve)
             }
             uint64_t xy[8];
             export_point(xy, P);
-            each_variant(variants, [&](const auto &variant) {
+            each_variant(curve256_contains_variants, [&](const auto &variant) {
                 ASSERT_EQ(variant.run(&both.engine, xy), there);
             });
         }
@@ -512,10 +496,6 @@ TEST(Engine, PointsOnTheCurve)
 TEST(Engine, JointMultiples)
 {
     Random random;
-    const auto variants = std::vector<Variant<decltype(curve256_matches)>>{
-        {"portable", 0, curve256_matches_portable},
-        {"bmi2adx", qal::base::cpu_bmi2_adx, curve256_matches_bmi2adx},
-        {"avx512", wide, curve256_matches_avx512}};
     for (const Domain &domain : domains(random)) {
         SCOPED_TRACE(domain.name + ", p = " + domain.curve.p.get_str(16));
         const Both both(domain);
@@ -537,7 +517,7 @@ TEST(Engine, JointMultiples)
             export_digits(wrong, r == 1 ? mpz_class(2) : mpz_class(r - 1));
             export_point(G, domain.G);
             export_point(xy, Q);
-            each_variant(variants, [&](const auto &variant) {
+            each_variant(curve256_matches_variants, [&](const auto &variant) {
                 ASSERT_EQ(variant.run(&both.engine, G, xy, U, V, order, R), !sum.infinite);
                 ASSERT_FALSE(variant.run(&both.engine, G, xy, U, V, order, wrong));
             });

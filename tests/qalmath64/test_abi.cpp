@@ -47,12 +47,15 @@ void plain_and_stepped(int rounds, Check check)
     }
 }
 
-constexpr uint32_t bmi2_adx = qal::base::cpu_bmi2_adx;
+constexpr uint32_t bmi2_adx = qal::base::needs_bmi2adx;
 
-const std::vector<Variant<decltype(qalmul_portable)>> products = {
-    {"portable", 0, qalmul_portable}, {"bmi2adx", bmi2_adx, qalmul_bmi2adx}};
-const std::vector<Variant<decltype(qalsqr_portable)>> squares = {
-    {"portable", 0, qalsqr_portable}, {"bmi2adx", bmi2_adx, qalsqr_bmi2adx}};
+using Multiply = qald *(const qald *, const qald *, qald *);
+using Square = qald *(const qald *, qald *);
+
+const std::vector<Variant<Multiply>> products = {{"portable", 0, qalmul_portable},
+                                                 {"bmi2adx", bmi2_adx, qalmul_bmi2adx}};
+const std::vector<Variant<Square>> squares = {{"portable", 0, qalsqr_portable},
+                                              {"bmi2adx", bmi2_adx, qalsqr_bmi2adx}};
 const std::vector<Variant<decltype(qal_mul_row)>> mul_rows = {
     {"portable", 0, qal_mul_row_portable}, {"bmi2adx", bmi2_adx, qal_mul_row_bmi2adx}};
 const std::vector<Variant<decltype(qal_mul_row)>> addmul_rows = {

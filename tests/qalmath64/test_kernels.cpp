@@ -11,38 +11,7 @@ namespace {
 
 constexpr size_t longest = 65;
 
-using Row = qald(qald *, const qald *, size_t, qald);
-
-const std::vector<Variant<Row>> mul_rows = {
-    {"dispatched", 0, qal_mul_row},
-    {"portable", 0, qal_mul_row_portable},
-    {"bmi2adx", qal::base::cpu_bmi2_adx, qal_mul_row_bmi2adx},
-};
-const std::vector<Variant<Row>> addmul_rows = {
-    {"dispatched", 0, qal_addmul_row},
-    {"portable", 0, qal_addmul_row_portable},
-    {"bmi2adx", qal::base::cpu_bmi2_adx, qal_addmul_row_bmi2adx},
-};
-const std::vector<Variant<Row>> submul_rows = {
-    {"dispatched", 0, qal_submul_row},
-    {"portable", 0, qal_submul_row_portable},
-    {"bmi2adx", qal::base::cpu_bmi2_adx, qal_submul_row_bmi2adx},
-};
-const std::vector<Variant<decltype(qal_mul_digits)>> products = {
-    {"dispatched", 0, qal_mul_digits},
-    {"portable", 0, qal_mul_digits_portable},
-    {"bmi2adx", qal::base::cpu_bmi2_adx, qal_mul_digits_bmi2adx},
-};
-const std::vector<Variant<decltype(qal_sqr_digits)>> squares = {
-    {"dispatched", 0, qal_sqr_digits},
-    {"portable", 0, qal_sqr_digits_portable},
-    {"bmi2adx", qal::base::cpu_bmi2_adx, qal_sqr_digits_bmi2adx},
-};
-const std::vector<Variant<decltype(qal_redc_digits)>> reductions = {
-    {"dispatched", 0, qal_redc_digits},
-    {"portable", 0, qal_redc_digits_portable},
-    {"bmi2adx", qal::base::cpu_bmi2_adx, qal_redc_digits_bmi2adx},
-};
+QAL_KERNEL_ROUTINES(QAL_VARIANT_TABLE);
 
 mpz_class power(size_t n)
 {
@@ -59,21 +28,21 @@ TEST(IntegerKernels, Rows)
             const mpz_class a = random_number(random, n), r = random_number(random, n);
             const mpz_class b = random_number(random, 1);
             const Digits in(a, n);
-            each_variant(mul_rows, [&](const auto &row) {
+            each_variant(qal_mul_row_variants, [&](const auto &row) {
                 Digits out(r, n), place(a, n);
                 const qald carry = row.run(out, in, n, b.get_ui());
                 ASSERT_EQ(out.value() + power(n) * carry, a * b);
                 ASSERT_EQ(row.run(place, place, n, b.get_ui()), carry);
                 ASSERT_EQ(place.value(), out.value());
             });
-            each_variant(addmul_rows, [&](const auto &row) {
+            each_variant(qal_addmul_row_variants, [&](const auto &row) {
                 Digits out(r, n), place(a, n);
                 const qald carry = row.run(out, in, n, b.get_ui());
                 ASSERT_EQ(out.value() + power(n) * carry, r + a * b);
                 const qald other = row.run(place, place, n, b.get_ui());
                 ASSERT_EQ(place.value() + power(n) * other, a + a * b);
             });
-            each_variant(submul_rows, [&](const auto &row) {
+            each_variant(qal_submul_row_variants, [&](const auto &row) {
                 Digits out(r, n), place(a, n);
                 const qald borrow = row.run(out, in, n, b.get_ui());
                 ASSERT_EQ(out.value() - power(n) * borrow, r - a * b);
@@ -127,7 +96,7 @@ TEST(IntegerKernels, Products)
             for (int round = 0; round < 4; round++) {
                 const mpz_class a = random_number(random, n), b = random_number(random, m);
                 const Digits x(a, n), y(b, m);
-                each_variant(products, [&](const auto &multiply) {
+                each_variant(qal_mul_digits_variants, [&](const auto &multiply) {
                     Digits out(0, n + m);
                     multiply.run(out, x, n, y, m);
                     ASSERT_EQ(out.value(), a * b);
@@ -144,7 +113,7 @@ TEST(IntegerKernels, Squares)
         for (int round = 0; round < 100; round++) {
             const mpz_class a = random_number(random, n);
             const Digits x(a, n);
-            each_variant(squares, [&](const auto &square) {
+            each_variant(qal_sqr_digits_variants, [&](const auto &square) {
                 Digits out(0, 2 * n);
                 square.run(out, x, n);
                 ASSERT_EQ(out.value(), a * a);
@@ -167,7 +136,7 @@ TEST(IntegerKernels, Reductions)
                        power(n).get_mpz_t());
             const mpz_class m = t * factor % power(n), expected = (t + m * p) / power(n);
             const Digits modulus(p, n);
-            each_variant(reductions, [&](const auto &reduce) {
+            each_variant(qal_redc_digits_variants, [&](const auto &reduce) {
                 Digits digits(t, 2 * n);
                 const qald carry = reduce.run(digits, modulus, n, c.get_ui());
                 ASSERT_EQ(digits.value(n) + power(n) * carry, expected);

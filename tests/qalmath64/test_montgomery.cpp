@@ -14,18 +14,7 @@ using namespace qal::test;
 
 namespace {
 
-const std::vector<Variant<decltype(qal_mont_mul)>> products = {
-    {"dispatched", 0, qal_mont_mul},
-    {"portable", 0, qal_mont_mul_portable},
-    {"bmi2adx", qal::base::cpu_bmi2_adx, qal_mont_mul_bmi2adx},
-    {"avx512", qal::base::cpu_bmi2_adx | qal::base::cpu_avx512, qal_mont_mul_avx512},
-};
-const std::vector<Variant<decltype(qal_mont_sqr)>> squares = {
-    {"dispatched", 0, qal_mont_sqr},
-    {"portable", 0, qal_mont_sqr_portable},
-    {"bmi2adx", qal::base::cpu_bmi2_adx, qal_mont_sqr_bmi2adx},
-    {"avx512", qal::base::cpu_bmi2_adx | qal::base::cpu_avx512, qal_mont_sqr_avx512},
-};
+QAL_MONTGOMERY_ROUTINES(QAL_VARIANT_TABLE);
 
 mpz_class inverse_of(const mpz_class &a, const mpz_class &p)
 {
@@ -111,14 +100,14 @@ TEST(Montgomery, KernelsOfAllLengths)
             const mpz_class a = random_number(random, random.below(5) ? n : random.below(n + 1));
             const mpz_class b = random.below(4) ? random_number(random, n) : mpz_class(p - 1);
             const Digits x(a, n), y(b, n), modulus(p, n);
-            each_variant(products, [&](const auto &multiply) {
+            each_variant(qal_mont_mul_variants, [&](const auto &multiply) {
                 Digits r(0, 2 * n);
                 multiply.run(r, x, y, modulus, n, constant_of(p));
                 ASSERT_EQ(r.value() % power_of_two(64 * n), reduced(a * b, p, 64 * n));
                 multiply.run(r, x, x, modulus, n, constant_of(p));
                 ASSERT_EQ(r.value() % power_of_two(64 * n), reduced(a * a, p, 64 * n));
             });
-            each_variant(squares, [&](const auto &square) {
+            each_variant(qal_mont_sqr_variants, [&](const auto &square) {
                 Digits r(0, 2 * n);
                 square.run(r, x, modulus, n, constant_of(p));
                 ASSERT_EQ(r.value() % power_of_two(64 * n), reduced(a * a, p, 64 * n));

@@ -13,11 +13,7 @@ using namespace qal::math;
 
 namespace {
 
-const std::vector<Variant<decltype(raise_odd_powers_var)>> variants = {
-    {"dispatched", 0, raise_odd_powers_var},
-    {"portable", 0, raise_odd_powers_var_portable},
-    {"avx512", qal::base::cpu_avx512, raise_odd_powers_var_avx512},
-};
+QAL_POWER_ROUTINES(QAL_VARIANT_TABLE);
 
 // The odd powers of x in Montgomery form, `stride` words apart. Their digits end before an
 // inaccessible page; what they do not fill of their room is not zero.
@@ -55,7 +51,7 @@ void check(const mpz_class &x, const mpz_class &e, const mpz_class &p, size_t st
     mpz_class expected;
     mpz_powm(expected.get_mpz_t(), x.get_mpz_t(), e.get_mpz_t(), p.get_mpz_t());
     expected = expected * power_of_two(64 * n) % p;
-    each_variant(variants, [&](const auto &raise) {
+    each_variant(raise_odd_powers_var_variants, [&](const auto &raise) {
         Number r(0, n);
         raise.run(r, table, stride, exponent, modulus);
         ASSERT_TRUE(is_normalised(r));
@@ -113,7 +109,7 @@ TEST(OddPowersDeathTest, OfTooManyDigits)
     check(x, 1, p, n + 1);
     const Table table(x, p, n + 1);
     Number r(0, n), e(2), modulus(p);
-    each_variant(variants, [&](const auto &raise) {
+    each_variant(raise_odd_powers_var_variants, [&](const auto &raise) {
         EXPECT_PRECONDITION(raise.run(r, table, n + 1, e, modulus), room,
                             "../src/qalmath64/qalsqrmont", "qalsqrmont");
     });

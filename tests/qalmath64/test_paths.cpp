@@ -16,18 +16,15 @@ using namespace qal::math;
 
 namespace {
 
-constexpr uint32_t bmi2_adx = qal::base::cpu_bmi2_adx;
-constexpr uint32_t avx512 = bmi2_adx | qal::base::cpu_avx512;
-
 const std::vector<Variant<decltype(qal_mont_mul)>> products = {
     {"portable", 0, qal_mont_mul_portable},
-    {"bmi2adx", bmi2_adx, qal_mont_mul_bmi2adx},
-    {"avx512", avx512, qal_mont_mul_avx512},
+    {"bmi2adx", qal::base::needs_bmi2adx, qal_mont_mul_bmi2adx},
+    {"avx512", qal::base::needs_avx512, qal_mont_mul_avx512},
 };
 const std::vector<Variant<decltype(qal_mont_sqr)>> squares = {
     {"portable", 0, qal_mont_sqr_portable},
-    {"bmi2adx", bmi2_adx, qal_mont_sqr_bmi2adx},
-    {"avx512", avx512, qal_mont_sqr_avx512},
+    {"bmi2adx", qal::base::needs_bmi2adx, qal_mont_sqr_bmi2adx},
+    {"avx512", qal::base::needs_avx512, qal_mont_sqr_avx512},
 };
 template<class T>
 uint64_t word(T value)
@@ -78,7 +75,7 @@ TEST(Paths, Montgomery)
             };
             // General code is the same for all lengths.
             const auto matters = [n](const auto &variant) {
-                return variant.needs == avx512 || n <= 8;
+                return variant.needs == qal::base::needs_avx512 || n <= 8;
             };
             each_variant(products, [&](const auto &multiply) {
                 if (matters(multiply))

@@ -9,22 +9,13 @@ using namespace qal::test;
 
 namespace {
 
-const std::vector<Variant<decltype(qalmul_portable)>> products = {
-    {"dispatched", 0, qalmul},
-    {"portable", 0, qalmul_portable},
-    {"bmi2adx", qal::base::cpu_bmi2_adx, qalmul_bmi2adx},
-};
-const std::vector<Variant<decltype(qalsqr_portable)>> squares = {
-    {"dispatched", 0, qalsqr},
-    {"portable", 0, qalsqr_portable},
-    {"bmi2adx", qal::base::cpu_bmi2_adx, qalsqr_bmi2adx},
-};
+QAL_PRODUCT_ROUTINES(QAL_VARIANT_TABLE);
 
 void check_product(Random &random, const mpz_class &a, const mpz_class &b)
 {
     const auto edge = some_edge(random);
     Number x(a, digits_of(a), edge), y(b, digits_of(b), edge);
-    each_variant(products, [&](const auto &multiply) {
+    each_variant(qalmul_variants, [&](const auto &multiply) {
         Number product(0, digits_of(a) + digits_of(b), edge);
         expect_number(multiply.run(x, y, product), product, a * b);
         ASSERT_EQ(value_of(x), a);
@@ -36,13 +27,13 @@ void check_square(Random &random, const mpz_class &a)
 {
     const auto edge = some_edge(random);
     Number x(a, digits_of(a), edge);
-    each_variant(squares, [&](const auto &square) {
+    each_variant(qalsqr_variants, [&](const auto &square) {
         Number result(0, 2 * digits_of(a), edge);
         expect_number(square.run(x, result), result, a * a);
         ASSERT_EQ(value_of(x), a);
     });
     // The two factors of a product may be one number.
-    each_variant(products, [&](const auto &multiply) {
+    each_variant(qalmul_variants, [&](const auto &multiply) {
         Number product(0, 2 * digits_of(a), edge);
         expect_number(multiply.run(x, x, product), product, a * a);
     });

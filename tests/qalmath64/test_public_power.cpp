@@ -10,11 +10,7 @@ using namespace qal::math;
 
 namespace {
 
-const std::vector<Variant<decltype(power_public_var)>> variants = {
-    {"dispatched", 0, power_public_var},
-    {"portable", 0, power_public_var_portable},
-    {"avx512", qal::base::cpu_avx512, power_public_var_avx512},
-};
+QAL_POWER_ROUTINES(QAL_VARIANT_TABLE);
 
 mpz_class reversed_bits(const mpz_class &e)
 {
@@ -28,7 +24,7 @@ mpz_class reversed_bits(const mpz_class &e)
 
 TEST(PublicPower, AgainstGmp)
 {
-    each_variant(variants, [](const auto &variant) {
+    each_variant(power_public_var_variants, [](const auto &variant) {
         Random random;
         for (size_t n = 1; n <= most_public_digits; n++) {
             for (int repeat = 0; repeat < 60; repeat++) {

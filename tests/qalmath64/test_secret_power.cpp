@@ -10,16 +10,7 @@ using namespace qal::math;
 
 namespace {
 
-const std::vector<Variant<decltype(power_secret)>> singles = {
-    {"dispatched", 0, power_secret},
-    {"portable", 0, power_secret_portable},
-    {"avx512", qal::base::cpu_avx512, power_secret_avx512},
-};
-const std::vector<Variant<decltype(power_secret_pair)>> pairs = {
-    {"dispatched", 0, power_secret_pair},
-    {"portable", 0, power_secret_pair_portable},
-    {"avx512", qal::base::cpu_avx512, power_secret_pair_avx512},
-};
+QAL_POWER_ROUTINES(QAL_VARIANT_TABLE);
 
 mpz_class power_modulo(const mpz_class &x, const mpz_class &e, const mpz_class &p)
 {
@@ -140,7 +131,7 @@ TEST(SecretPower, Singles)
             const size_t bits = exponent_bits(random, n);
             Case c(random, n, bits);
             SCOPED_TRACE(std::to_string(n) + " digits, " + std::to_string(bits) + " bits");
-            each_variant(singles, [&](const auto &power) {
+            each_variant(power_secret_variants, [&](const auto &power) {
                 power.run(c.power(), n, bits);
                 ASSERT_EQ(c.r.value(), c.expected);
             });
@@ -156,7 +147,7 @@ TEST(SecretPower, Pairs)
             const size_t bits = exponent_bits(random, n);
             Case first(random, n, bits), second(random, n, bits);
             SCOPED_TRACE(std::to_string(n) + " digits, " + std::to_string(bits) + " bits");
-            each_variant(pairs, [&](const auto &power) {
+            each_variant(power_secret_pair_variants, [&](const auto &power) {
                 power.run(first.power(), second.power(), n, bits);
                 ASSERT_EQ(first.r.value(), first.expected);
                 ASSERT_EQ(second.r.value(), second.expected);
@@ -176,7 +167,7 @@ TEST(SecretPower, PairsWithOneBase)
             const mpz_class x = random_number(random, 2 * n) % (p * q);
             Case first(p, x, exponent(random, bits), n, bits);
             Case second(q, x, exponent(random, bits), n, bits);
-            each_variant(pairs, [&](const auto &power) {
+            each_variant(power_secret_pair_variants, [&](const auto &power) {
                 SecretPower other = second.power();
                 other.x = first.x;
                 power.run(first.power(), other, n, bits);
@@ -192,7 +183,7 @@ TEST(SecretPower, InPlace)
     Random random;
     for (size_t n = 1; n <= most_secret_digits; n++) {
         const size_t bits = 64 * n;
-        each_variant(singles, [&](const auto &power) {
+        each_variant(power_secret_variants, [&](const auto &power) {
             for (int operand = 0; operand < 4; operand++) {
                 Case c(random, n, bits);
                 qald *const places[] = {c.x, c.x + n, c.e, c.p};
@@ -204,7 +195,7 @@ TEST(SecretPower, InPlace)
                 ASSERT_EQ(operand == 0 ? mpz_class(r % power_of_two(64 * n)) : r, c.expected);
             }
         });
-        each_variant(pairs, [&](const auto &power) {
+        each_variant(power_secret_pair_variants, [&](const auto &power) {
             Case first(random, n, bits), second(random, n, bits);
             SecretPower one = first.power(), other = second.power();
             one.r = first.x;

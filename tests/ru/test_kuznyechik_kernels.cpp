@@ -12,32 +12,8 @@ using namespace qal::ru;
 
 namespace {
 
-using Setup = void(uint8_t *, const uint8_t *);
-using Block = void(uint8_t *, const uint8_t *);
-using Ctr = void(const uint8_t *, uint32_t *, const uint8_t *, uint8_t *, size_t);
-
-const std::vector<Variant<Setup>> setup_variants = {
-    {"exported", 0, kuzn_setup_keys},
-    {"portable", 0, kuzn_setup_keys_portable},
-    {"avx512", qal::base::cpu_avx512, kuzn_setup_keys_avx512},
-};
-const std::vector<Variant<Block>> encrypt_variants = {
-    {"exported", 0, kuzn_block_enc},
-    {"portable", 0, kuzn_block_enc_portable},
-    {"avx512", qal::base::cpu_avx512, kuzn_block_enc_avx512},
-};
-const std::vector<Variant<Block>> decrypt_variants = {
-    {"dispatched", 0, kuznyechik_block_dec},
-    {"portable", 0, kuznyechik_block_dec_portable},
-    {"avx512", qal::base::cpu_avx512, kuznyechik_block_dec_avx512},
-};
-const std::vector<Variant<Ctr>> ctr_variants = {
-    {"dispatched", 0, kuznyechik_ctr_blocks},
-    {"portable", 0, kuznyechik_ctr_blocks_portable},
-    {"avx2", qal::base::cpu_avx2, kuznyechik_ctr_blocks_avx2},
-    {"avx2_gfni", qal::base::cpu_avx2 | qal::base::cpu_gfni, kuznyechik_ctr_blocks_avx2_gfni},
-    {"avx512", qal::base::cpu_avx512, kuznyechik_ctr_blocks_avx512},
-};
+QAL_KUZNYECHIK_ROUTINES(QAL_VARIANT_TABLE);
+QAL_KUZNYECHIK_EXPORTS(QAL_VARIANT_TABLE);
 
 // The four words of a counter of 16 bytes, most significant first.
 std::array<uint32_t, 4> words_of(const Bytes &counter)
@@ -58,7 +34,8 @@ Bytes plus(Bytes counter, size_t n)
 }
 
 // Runs a variant on a text of whole blocks and checks what it leaves in the counter.
-Bytes run(Ctr *variant, const Bytes &rk, const Bytes &counter, const Bytes &text)
+Bytes run(decltype(kuznyechik_ctr_blocks) *variant, const Bytes &rk, const Bytes &counter,
+          const Bytes &text)
 {
     auto words = words_of(counter);
     MarkedBytes out(text.size(), text.size() / 16 % 64);
@@ -80,7 +57,7 @@ TEST(KuznyechikKernels, KeySchedule)
 {
     const KuznyechikModel model;
     Random random;
-    each_variant(setup_variants, [&](const auto &variant) {
+    each_variant(kuzn_setup_keys_variants, [&](const auto &variant) {
         for (int round = 0; round < 50; round++) {
             const Bytes key = round % 2 ? random.bytes(32) : random.runs(32);
             MarkedBytes rk(160, random.below(64));
@@ -97,12 +74,12 @@ TEST(KuznyechikKernels, SingleBlocks)
     for (int round = 0; round < 200; round++) {
         const auto keys = model.schedule(random.bytes(32));
         const Bytes rk = model.joined(keys), text = round % 2 ? random.bytes(16) : random.runs(16);
-        each_variant(encrypt_variants, [&](const auto &variant) {
+        each_variant(kuzn_block_enc_variants, [&](const auto &variant) {
             MarkedBytes block(text, random.below(64));
             variant.run(block.data(), rk.data());
             ASSERT_EQ(to_hex(block.contents()), to_hex(model.encrypt(keys, text)));
         });
-        each_variant(decrypt_variants, [&](const auto &variant) {
+        each_variant(kuznyechik_block_dec_variants, [&](const auto &variant) {
             MarkedBytes block(text, random.below(64));
             variant.run(block.data(), rk.data());
             ASSERT_EQ(to_hex(block.contents()), to_hex(model.decrypt(keys, text)));
@@ -122,12 +99,12 @@ TEST(KuznyechikKernels, EveryByteAtEveryPlace)
             Bytes text(16);
             text[place] = static_cast<uint8_t>(value);
             const Bytes expected = model.encrypt(keys, text);
-            each_variant(encrypt_variants, [&](const auto &variant) {
+            each_variant(kuzn_block_enc_variants, [&](const auto &variant) {
                 Bytes block = text;
                 variant.run(block.data(), rk.data());
                 ASSERT_EQ(block, expected);
             });
-            each_variant(decrypt_variants, [&](const auto &variant) {
+            each_variant(kuznyechik_block_dec_variants, [&](const auto &variant) {
                 Bytes block = expected;
                 variant.run(block.data(), rk.data());
                 ASSERT_EQ(block, text);
@@ -144,7 +121,7 @@ TEST(KuznyechikKernels, CounterModeOfEveryLength)
     const Bytes rk = model.joined(keys), counter = random.bytes(16);
     const Bytes stream = model.stream(keys, counter, 200), text = random.bytes(stream.size());
     const Bytes expected = sum(text, stream);
-    each_variant(ctr_variants, [&](const auto &variant) {
+    each_variant(kuznyechik_ctr_blocks_variants, [&](const auto &variant) {
         for (ptrdiff_t blocks = 0; blocks <= 200; blocks++) {
             const Bytes part(text.begin(), text.begin() + 16 * blocks);
             ASSERT_EQ(run(variant.run, rk, counter, part),
@@ -166,7 +143,7 @@ TEST(KuznyechikKernels, CounterModeAtEveryAlignment)
     const auto keys = model.schedule(random.bytes(32));
     const Bytes rk = model.joined(keys), counter = random.bytes(16), text = random.bytes(16 * 70);
     const Bytes expected = sum(text, model.stream(keys, counter, 70));
-    each_variant(ctr_variants, [&](const auto &variant) {
+    each_variant(kuznyechik_ctr_blocks_variants, [&](const auto &variant) {
         at_every_alignment([&](size_t offset) {
             MarkedBytes in(text, offset), out(text.size(), (3 * offset + 1) % 64);
             auto words = words_of(counter);
@@ -197,7 +174,7 @@ TEST(KuznyechikKernels, CountersCarryInsideARun)
                 borrow = (borrow >> 8) + (difference < 256);
             }
             const Bytes stream = model.stream(keys, counter, 70);
-            each_variant(ctr_variants, [&](const auto &variant) {
+            each_variant(kuznyechik_ctr_blocks_variants, [&](const auto &variant) {
                 ASSERT_EQ(run(variant.run, rk, counter, Bytes(stream.size())), stream)
                     << width << " " << before;
             });

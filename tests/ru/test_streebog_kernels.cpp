@@ -70,27 +70,8 @@ private:
     std::vector<Bytes> constants_;
 };
 
-using Lpsx = void(uint8_t *, const uint8_t *, const uint8_t *);
-using Blocks = void(streebog_ctx *, const uint8_t *, size_t, uint64_t);
-
-const std::vector<Variant<Lpsx>> lpsx_variants = {
-    {"exported", 0, streebog_lpsx64},
-    {"portable", 0, streebog_lpsx64_portable},
-    {"avx2_gfni", qal::base::cpu_avx2 | qal::base::cpu_gfni, streebog_lpsx64_avx2_gfni},
-    {"avx512", qal::base::cpu_avx512, streebog_lpsx64_avx512},
-};
-const std::vector<Variant<Lpsx>> gN_variants = {
-    {"exported", 0, streebog_gN},
-    {"portable", 0, streebog_gN_portable},
-    {"avx2_gfni", qal::base::cpu_avx2 | qal::base::cpu_gfni, streebog_gN_avx2_gfni},
-    {"avx512", qal::base::cpu_avx512, streebog_gN_avx512},
-};
-const std::vector<Variant<Blocks>> blocks_variants = {
-    {"dispatched", 0, streebog_blocks},
-    {"portable", 0, streebog_blocks_portable},
-    {"avx2_gfni", qal::base::cpu_avx2 | qal::base::cpu_gfni, streebog_blocks_avx2_gfni},
-    {"avx512", qal::base::cpu_avx512, streebog_blocks_avx512},
-};
+QAL_STREEBOG_ROUTINES(QAL_VARIANT_TABLE);
+QAL_STREEBOG_EXPORTS(QAL_VARIANT_TABLE);
 
 // A little-endian number plus another, byte by byte.
 Bytes sum(const Bytes &a, const Bytes &b)
@@ -125,7 +106,7 @@ Bytes bytes_of(const Words &words)
 TEST(StreebogKernels, PublishedSteps)
 {
     VectorFile file("streebog/rfc6986.vec");
-    each_variant(lpsx_variants, [&](const auto &variant) {
+    each_variant(streebog_lpsx64_variants, [&](const auto &variant) {
         Bytes out(64);
         file.each("lps", [&](Vector &v) {
             variant.run(out.data(), v.bytes("Input").data(), streebog_zero);
@@ -147,7 +128,7 @@ TEST(StreebogKernels, LpsxMatchesTheModel)
 {
     const Model model;
     Random random;
-    each_variant(lpsx_variants, [&](const auto &variant) {
+    each_variant(streebog_lpsx64_variants, [&](const auto &variant) {
         for (int round = 0; round < 500; round++) {
             const Bytes a = round % 2 ? random.bytes(64) : random.runs(64), b = random.runs(64);
             MarkedBytes out(64, random.below(64));
@@ -170,7 +151,7 @@ TEST(StreebogKernels, GNMatchesTheModel)
 {
     const Model model;
     Random random;
-    each_variant(gN_variants, [&](const auto &variant) {
+    each_variant(streebog_gN_variants, [&](const auto &variant) {
         for (int round = 0; round < 100; round++) {
             const Bytes h = random.bytes(64), m = random.runs(64), N = random.runs(64);
             MarkedBytes state(h, random.below(64));
@@ -185,7 +166,7 @@ TEST(StreebogKernels, OutputsMayBeInputs)
     const Model model;
     Random random;
     const Bytes a = random.bytes(64), b = random.bytes(64);
-    each_variant(lpsx_variants, [&](const auto &variant) {
+    each_variant(streebog_lpsx64_variants, [&](const auto &variant) {
         Bytes x = a;
         variant.run(x.data(), x.data(), b.data());
         EXPECT_EQ(x, model.lpsx(a, b));
@@ -196,7 +177,7 @@ TEST(StreebogKernels, OutputsMayBeInputs)
         variant.run(x.data(), x.data(), x.data());
         EXPECT_EQ(x, model.lpsx(a, a));
     });
-    each_variant(gN_variants, [&](const auto &variant) {
+    each_variant(streebog_gN_variants, [&](const auto &variant) {
         Bytes h = a;
         variant.run(h.data(), h.data(), b.data());
         EXPECT_EQ(h, model.gN(a, a, b));
@@ -218,9 +199,9 @@ TEST(StreebogKernels, ReadAndWriteNothingElse)
             N(random.bytes(64), edge);
         m.make_read_only();
         N.make_read_only();
-        each_variant(lpsx_variants,
+        each_variant(streebog_lpsx64_variants,
                      [&](const auto &variant) { variant.run(h.data(), m.data(), N.data()); });
-        each_variant(gN_variants, [&](const auto &variant) {
+        each_variant(streebog_gN_variants, [&](const auto &variant) {
             const Bytes before = h.contents();
             variant.run(h.data(), m.data(), N.data());
             EXPECT_EQ(h.contents(), model.gN(before, m.contents(), N.contents()));
@@ -229,7 +210,7 @@ TEST(StreebogKernels, ReadAndWriteNothingElse)
             GuardedBytes data(random.bytes(64 * n), edge);
             GuardedBytes memory(sizeof(streebog_ctx), edge);
             data.make_read_only();
-            each_variant(blocks_variants, [&](const auto &variant) {
+            each_variant(streebog_blocks_variants, [&](const auto &variant) {
                 auto *ctx = streebog512_init(reinterpret_cast<streebog_ctx *>(memory.data()));
                 variant.run(ctx, data.data(), n, 512);
                 EXPECT_EQ(ctx->N[0], 512 * n);
@@ -243,7 +224,7 @@ TEST(StreebogKernels, BlocksKeepTheSums)
 {
     const Model model;
     Random random;
-    each_variant(blocks_variants, [&](const auto &variant) {
+    each_variant(streebog_blocks_variants, [&](const auto &variant) {
         for (size_t n = 0; n <= 9; n++) {
             for (const uint64_t bits : {uint64_t{0}, uint64_t{8}, uint64_t{512}, ~uint64_t{0}}) {
                 Bytes h = random.bytes(64), N = random.runs(64), sigma = random.runs(64);
@@ -289,7 +270,7 @@ TEST(StreebogKernels, BlocksAtEveryAlignment)
     streebog_ctx expected;
     streebog512_init(&expected);
     streebog_blocks_portable(&expected, data.data(), 5, 512);
-    each_variant(blocks_variants, [&](const auto &variant) {
+    each_variant(streebog_blocks_variants, [&](const auto &variant) {
         at_every_alignment([&](size_t offset) {
             MarkedBytes copy(data, offset);
             streebog_ctx ctx;

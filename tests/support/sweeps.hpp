@@ -3,6 +3,7 @@
 #define QAL_TESTS_SUPPORT_SWEEPS_HPP
 
 #include "base/cpu.hpp"
+#include "base/variants.hpp"
 #include "support/bytes.hpp"
 
 #include <gtest/gtest.h>
@@ -41,6 +42,23 @@ struct Variant {
     uint32_t needs;
     Function *run;
 };
+
+// The name itself, whatever it is bound to.
+template<typename Function>
+std::vector<Variant<Function>> as_dispatched(Function *run)
+{
+    return {{"dispatched", 0, run}};
+}
+
+// Defines, for a line of a list of routines, the table routine_variants: the name and all variants.
+#define QAL_ADD_VARIANT(routine, isa)                                                              \
+    variants.push_back({#isa, qal::base::needs_##isa, routine##_##isa})
+#define QAL_VARIANT_TABLE(routine, ...)                                                            \
+    const auto routine##_variants = [] {                                                           \
+        auto variants = qal::test::as_dispatched(routine);                                         \
+        QAL_EACH_VARIANT(QAL_ADD_VARIANT, routine, __VA_ARGS__);                                   \
+        return variants;                                                                           \
+    }()
 
 // What this processor has, whatever the build may choose.
 inline uint32_t processor_features()

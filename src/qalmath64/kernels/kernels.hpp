@@ -3,25 +3,21 @@
 #ifndef QAL_QALMATH64_KERNELS_HPP
 #define QAL_QALMATH64_KERNELS_HPP
 
+#include "base/variants.hpp"
+
 #include <qal/qalmath64.h>
 
 #include <stddef.h>
 
 #define QAL_KERNEL [[gnu::visibility("hidden")]]
 
-// Each kernel that is chosen by the processor, under `name` and with its variants.
-#define QAL_KERNELS(result, name, ...)                                                             \
-    QAL_KERNEL result name(__VA_ARGS__);                                                           \
-    QAL_KERNEL result name##_portable(__VA_ARGS__);                                                \
-    QAL_KERNEL result name##_bmi2adx(__VA_ARGS__)
-
 extern "C" {
 
 // r[0..n) = a * b; returns the digit that follows. r may be a.
-QAL_KERNELS(qald, qal_mul_row, qald *r, const qald *a, size_t n, qald b);
+QAL_KERNEL qald qal_mul_row(qald *r, const qald *a, size_t n, qald b);
 // r[0..n) += a * b, or -= ; returns the carry or borrow, a whole digit. r may be a.
-QAL_KERNELS(qald, qal_addmul_row, qald *r, const qald *a, size_t n, qald b);
-QAL_KERNELS(qald, qal_submul_row, qald *r, const qald *a, size_t n, qald b);
+QAL_KERNEL qald qal_addmul_row(qald *r, const qald *a, size_t n, qald b);
+QAL_KERNEL qald qal_submul_row(qald *r, const qald *a, size_t n, qald b);
 
 // r = a + b, or a - b, on n digits; returns the carry or borrow, 0 or 1. r may be a or b.
 QAL_KERNEL qald qal_add_row(qald *r, const qald *a, const qald *b, size_t n);
@@ -31,13 +27,22 @@ QAL_KERNEL qald qal_sub_row(qald *r, const qald *a, const qald *b, size_t n);
 QAL_KERNEL qald qal_add_signed_row(qald *r, const qald *a, const qald *b, size_t n, qald minus);
 
 // r[0..n + m) = a * b, row by row. r must not overlap a or b.
-QAL_KERNELS(void, qal_mul_digits, qald *r, const qald *a, size_t n, const qald *b, size_t m);
+QAL_KERNEL void qal_mul_digits(qald *r, const qald *a, size_t n, const qald *b, size_t m);
 // r[0..2n) = a * a. r must not overlap a.
-QAL_KERNELS(void, qal_sqr_digits, qald *r, const qald *a, size_t n);
+QAL_KERNEL void qal_sqr_digits(qald *r, const qald *a, size_t n);
 
 // Montgomery reduction: t[n..2n) and the carry returned, 0 or 1, are (t + m p) / 2^(64 n), for the
 // m below 2^(64 n) that makes this whole; t[0..n) is destroyed. p is odd and c is -1/p mod 2^64.
-QAL_KERNELS(qald, qal_redc_digits, qald *t, const qald *p, size_t n, qald c);
+QAL_KERNEL qald qal_redc_digits(qald *t, const qald *p, size_t n, qald c);
+
+#define QAL_KERNEL_ROUTINES(V)                                                                     \
+    V(qal_mul_row, bmi2adx, portable);                                                             \
+    V(qal_addmul_row, bmi2adx, portable);                                                          \
+    V(qal_submul_row, bmi2adx, portable);                                                          \
+    V(qal_mul_digits, bmi2adx, portable);                                                          \
+    V(qal_sqr_digits, bmi2adx, portable);                                                          \
+    V(qal_redc_digits, bmi2adx, portable)
+QAL_KERNEL_ROUTINES(QAL_DECLARE_VARIANTS);
 }
 
 #endif

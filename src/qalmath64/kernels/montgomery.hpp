@@ -11,14 +11,15 @@ extern "C" {
 
 // r[0..n) = a * b / R modulo p; r has room for 2n digits, as long as n is at most 65, and must not
 // overlap a, b or p. c is -1/p mod 2^64.
-QAL_KERNELS(void, qal_mont_mul, qald *r, const qald *a, const qald *b, const qald *p, size_t n,
-            qald c);
+QAL_KERNEL void qal_mont_mul(qald *r, const qald *a, const qald *b, const qald *p, size_t n,
+                             qald c);
 // r[0..n) = a * a / R modulo p, likewise.
-QAL_KERNELS(void, qal_mont_sqr, qald *r, const qald *a, const qald *p, size_t n, qald c);
+QAL_KERNEL void qal_mont_sqr(qald *r, const qald *a, const qald *p, size_t n, qald c);
 
-QAL_KERNEL void qal_mont_mul_avx512(qald *r, const qald *a, const qald *b, const qald *p, size_t n,
-                                    qald c);
-QAL_KERNEL void qal_mont_sqr_avx512(qald *r, const qald *a, const qald *p, size_t n, qald c);
+#define QAL_MONTGOMERY_ROUTINES(V)                                                                 \
+    V(qal_mont_mul, avx512, bmi2adx, portable);                                                    \
+    V(qal_mont_sqr, avx512, bmi2adx, portable)
+QAL_MONTGOMERY_ROUTINES(QAL_DECLARE_VARIANTS);
 
 // The same for one n; r has room for n digits, and may be a, b or p.
 QAL_KERNEL void qal_mont_mul_4_bmi2adx(qald *r, const qald *a, const qald *b, const qald *p,

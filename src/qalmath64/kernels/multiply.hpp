@@ -18,10 +18,10 @@ QAL_KERNEL void qal_multiply(qald *r, const qald *a, size_t n, const qald *b, si
 QAL_KERNEL void qal_square(qald *r, const qald *a, size_t n);
 
 // The exported operations by variant.
-QAL_KERNEL qald *qalmul_portable(const qald *a, const qald *b, qald *c);
-QAL_KERNEL qald *qalmul_bmi2adx(const qald *a, const qald *b, qald *c);
-QAL_KERNEL qald *qalsqr_portable(const qald *a, qald *c);
-QAL_KERNEL qald *qalsqr_bmi2adx(const qald *a, qald *c);
+#define QAL_PRODUCT_ROUTINES(V)                                                                    \
+    V(qalmul, bmi2adx, portable);                                                                  \
+    V(qalsqr, bmi2adx, portable)
+QAL_PRODUCT_ROUTINES(QAL_DECLARE_VARIANTS);
 }
 
 #endif

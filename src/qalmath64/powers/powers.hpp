@@ -9,17 +9,12 @@
 
 namespace qal::math {
 
-#define QAL_POWERS(name, ...)                                                                      \
-    QAL_KERNEL void name(__VA_ARGS__);                                                             \
-    QAL_KERNEL void name##_portable(__VA_ARGS__);                                                  \
-    QAL_KERNEL void name##_avx512(__VA_ARGS__)
-
 // r = x^e, in Montgomery form of R = 2^(64 n), for odd p of n digits and e other than zero. All are
 // numbers with length words; entry i of the table, `stride` words apart, is x^(2i + 1) in the same
 // form, for i from 0 to 15. r has room for n digits and must not overlap e, p or the table. Time
 // depends on n and e.
-QAL_POWERS(raise_odd_powers_var, qald *r, const qald *table, size_t stride, const qald *e,
-           const qald *p);
+QAL_KERNEL void raise_odd_powers_var(qald *r, const qald *table, size_t stride, const qald *e,
+                                     const qald *p);
 
 // Most digits of a modulus of the following powers.
 constexpr size_t most_secret_digits = 32;
@@ -36,12 +31,12 @@ struct SecretPower {
 // x^0 is 1 mod p. r may be e or p, and may overlap x in any way. Base, exponent and modulus show
 // neither in time nor in addresses, which depend on n and bits alone. The modulus is secret since
 // the prime factors of a private RSA key are: it is never divided by.
-QAL_POWERS(power_secret, const SecretPower &power, size_t n, size_t bits);
+QAL_KERNEL void power_secret(const SecretPower &power, size_t n, size_t bits);
 
 // Two at once, for moduli of n digits each. The r of either must not overlap what belongs to the
 // other; x, e and p may be the same.
-QAL_POWERS(power_secret_pair, const SecretPower &first, const SecretPower &second, size_t n,
-           size_t bits);
+QAL_KERNEL void power_secret_pair(const SecretPower &first, const SecretPower &second, size_t n,
+                                  size_t bits);
 
 // r = x^e' mod p, where e' is e with its bits in reverse order.
 struct PublicPower {
@@ -52,9 +47,14 @@ struct PublicPower {
 };
 
 // Time depends on p and e, not on x.
-QAL_POWERS(power_public_var, const PublicPower &power);
+QAL_KERNEL void power_public_var(const PublicPower &power);
 
-#undef QAL_POWERS
+#define QAL_POWER_ROUTINES(V)                                                                      \
+    V(raise_odd_powers_var, avx512, portable);                                                     \
+    V(power_secret, avx512, portable);                                                             \
+    V(power_secret_pair, avx512, portable);                                                        \
+    V(power_public_var, avx512, portable)
+QAL_POWER_ROUTINES(QAL_DECLARE_VARIANTS);
 
 // r = 2^bits mod p for an odd p of n digits, the highest not zero, and bits from 64 n on. r must
 // not overlap p. Time depends on n and bits alone.
