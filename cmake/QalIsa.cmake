@@ -8,7 +8,7 @@ endif()
 
 set(QAL_ISA_FLAGS_bmi2adx -mbmi2 -madx)
 set(QAL_ISA_FLAGS_avx2 -mavx2 -mbmi -mbmi2)
-set(QAL_ISA_FLAGS_pclmul ${QAL_ISA_FLAGS_avx2} -mpclmul)
+set(QAL_ISA_FLAGS_avx2_pclmul ${QAL_ISA_FLAGS_avx2} -mpclmul)
 set(QAL_ISA_FLAGS_avx2_gfni ${QAL_ISA_FLAGS_avx2} -mgfni)
 set(QAL_ISA_FLAGS_avx512 ${QAL_ISA_FLAGS_avx2} -mgfni -mvpclmulqdq -mpclmul -mavx512f -mavx512dq
   -mavx512bw -mavx512vl -mavx512vbmi -mavx512vbmi2 -mavx512ifma)
@@ -19,7 +19,7 @@ endif()
 
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   # Without optimisation its intrinsics are macros, whose casts it takes for ours; clang does not.
-  foreach(isa avx2 avx2_gfni avx512 pclmul)
+  foreach(isa avx2 avx2_gfni avx2_pclmul avx512)
     list(APPEND QAL_ISA_FLAGS_${isa} -Wno-conversion -Wno-sign-conversion -Wno-old-style-cast)
   endforeach()
 endif()
@@ -27,7 +27,7 @@ endif()
 # qal_isa_flags(file...): flags for each file named <routine>_<isa>.cpp
 function(qal_isa_flags)
   foreach(file IN LISTS ARGN)
-    foreach(isa avx512 avx2_gfni avx2 bmi2adx pclmul)
+    foreach(isa avx512 avx2_gfni avx2_pclmul avx2 bmi2adx)
       if(file MATCHES "_${isa}\\.cpp$")
         set_property(SOURCE ${file} APPEND PROPERTY COMPILE_OPTIONS ${QAL_ISA_FLAGS_${isa}})
         break()

@@ -36,7 +36,7 @@ constexpr uint32_t needs_portable = 0;
 constexpr uint32_t needs_bmi2adx = cpu_bmi2_adx;
 constexpr uint32_t needs_avx2 = cpu_avx2;
 constexpr uint32_t needs_avx2_gfni = cpu_avx2 | cpu_gfni;
-constexpr uint32_t needs_pclmul = cpu_avx2 | cpu_pclmulqdq;
+constexpr uint32_t needs_avx2_pclmul = cpu_avx2 | cpu_pclmulqdq;
 constexpr uint32_t needs_avx512 = cpu_avx512;
 
 struct CpuidLeaf {

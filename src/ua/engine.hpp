@@ -4,6 +4,8 @@
 #ifndef QAL_UA_ENGINE_HPP
 #define QAL_UA_ENGINE_HPP
 
+#include "base/variants.hpp"
+
 #include <qal/qale2.h>
 
 #include <stddef.h>
@@ -67,8 +69,8 @@ inline unsigned window_count(uint64_t bits)
 
 // The engines of all fields, in the order of `fields` (fields.hpp).
 const Engine *engines();
-const Engine *engines_portable();
-const Engine *engines_pclmul();
+#define QAL_ENGINE_ROUTINES(V) V(engines, avx2_pclmul, portable)
+QAL_ENGINE_ROUTINES(QAL_DECLARE_VARIANTS);
 
 // The engine of a field, or null if the field is none of the four.
 const Engine *engine_of_field(uint32_t m, uint32_t a, uint32_t b, uint32_t c);

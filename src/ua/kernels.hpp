@@ -3,40 +3,34 @@
 #ifndef QAL_UA_KERNELS_HPP
 #define QAL_UA_KERNELS_HPP
 
+#include "base/variants.hpp"
+
 #include <qal/qal2poly.h>
 
 // pmult257x257() after its precondition checks.
 extern "C" [[gnu::visibility("hidden")]] void qal_pmult257(qal2d *r, const qal2d *a,
                                                            const qal2d *b);
 
-// Each name with every ending.
-#define QAL_UA_PRODUCTS(apply, ending)                                                             \
-    apply(pmult160x160##ending);                                                                   \
-    apply(pmult192x192##ending);                                                                   \
-    apply(pmult224x224##ending);                                                                   \
-    apply(pmult256x256##ending);                                                                   \
-    apply(pmult288x288##ending);                                                                   \
-    apply(pmult448x448##ending);                                                                   \
-    apply(qal_pmult257##ending)
-#define QAL_UA_SQUARES(apply, ending)                                                              \
-    apply(psqr192x192##ending);                                                                    \
-    apply(psqr288x288##ending);                                                                    \
-    apply(psqr448x448##ending)
+#define QAL_POLYNOMIAL_ROUTINES(V)                                                                 \
+    V(pmult160x160, avx2_pclmul, portable);                                                        \
+    V(pmult192x192, avx2_pclmul, portable);                                                        \
+    V(pmult224x224, avx2_pclmul, portable);                                                        \
+    V(pmult256x256, avx2_pclmul, portable);                                                        \
+    V(pmult288x288, avx2_pclmul, portable);                                                        \
+    V(pmult448x448, avx2_pclmul, portable);                                                        \
+    V(qal_pmult257, avx2_pclmul, portable);                                                        \
+    V(psqr192x192, avx2_pclmul, portable);                                                         \
+    V(psqr288x288, avx2_pclmul, portable);                                                         \
+    V(psqr448x448, avx2_pclmul, portable)
 
 namespace qal::ua {
 
-#define QAL_UA_DECLARE_PRODUCT(name) void name(qal2d *r, const qal2d *a, const qal2d *b)
-#define QAL_UA_DECLARE_SQUARE(name) void name(qal2d *r, const qal2d *a)
-QAL_UA_PRODUCTS(QAL_UA_DECLARE_PRODUCT, _portable);
-QAL_UA_SQUARES(QAL_UA_DECLARE_SQUARE, _portable);
-QAL_UA_PRODUCTS(QAL_UA_DECLARE_PRODUCT, _pclmul);
-QAL_UA_SQUARES(QAL_UA_DECLARE_SQUARE, _pclmul);
+QAL_POLYNOMIAL_ROUTINES(QAL_DECLARE_VARIANTS);
+
 // Products for the engine, which do not wipe the stack below them: the engine's callers do.
-QAL_UA_DECLARE_PRODUCT(pmult192x192_unwiped);
-QAL_UA_DECLARE_PRODUCT(pmult448x448_unwiped);
-QAL_UA_DECLARE_PRODUCT(pmult257_unwiped);
-#undef QAL_UA_DECLARE_PRODUCT
-#undef QAL_UA_DECLARE_SQUARE
+void pmult192x192_unwiped(qal2d *r, const qal2d *a, const qal2d *b);
+void pmult448x448_unwiped(qal2d *r, const qal2d *a, const qal2d *b);
+void pmult257_unwiped(qal2d *r, const qal2d *a, const qal2d *b);
 
 } // namespace qal::ua
 

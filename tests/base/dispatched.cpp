@@ -20,22 +20,20 @@ using namespace qal::ru;
 using namespace qal::ua;
 
 // V for every routine of every family.
-#define UA_ROUTINE(routine) V(routine, pclmul, portable)
 #define EVERY_ROUTINE                                                                              \
     QAL_CURVE256_ROUTINES(V);                                                                      \
+    QAL_ENGINE_ROUTINES(V);                                                                        \
     QAL_G28147_ROUTINES(V);                                                                        \
     QAL_GR341194_ROUTINES(V);                                                                      \
     QAL_KERNEL_ROUTINES(V);                                                                        \
     QAL_KUZNYECHIK_EXPORTS(V);                                                                     \
     QAL_KUZNYECHIK_ROUTINES(V);                                                                    \
     QAL_MONTGOMERY_ROUTINES(V);                                                                    \
+    QAL_POLYNOMIAL_ROUTINES(V);                                                                    \
     QAL_POWER_ROUTINES(V);                                                                         \
     QAL_PRODUCT_ROUTINES(V);                                                                       \
     QAL_STREEBOG_EXPORTS(V);                                                                       \
-    QAL_STREEBOG_ROUTINES(V);                                                                      \
-    UA_ROUTINE(engines);                                                                           \
-    QAL_UA_PRODUCTS(UA_ROUTINE, );                                                                 \
-    QAL_UA_SQUARES(UA_ROUTINE, )
+    QAL_STREEBOG_ROUTINES(V)
 
 #define V(routine, ...) extern "C" decltype(&routine) qal_resolve_##routine()
 EVERY_ROUTINE;

@@ -293,19 +293,11 @@ struct Multiplier {
     std::vector<Variant<Multiply>> variants;
 };
 
-constexpr uint32_t pclmul = qal::base::cpu_pclmulqdq | qal::base::cpu_avx2;
-
-#define VARIANTS(name)                                                                             \
-    {                                                                                              \
-        {"dispatched", 0, name}, {"portable", 0, name##_portable},                                 \
-        {                                                                                          \
-            "pclmul", pclmul, name##_pclmul                                                        \
-        }                                                                                          \
-    }
+QAL_POLYNOMIAL_ROUTINES(QAL_VARIANT_TABLE);
 
 const Multiplier multipliers[] = {
-    {5, VARIANTS(pmult160x160)}, {6, VARIANTS(pmult192x192)}, {7, VARIANTS(pmult224x224)},
-    {8, VARIANTS(pmult256x256)}, {9, VARIANTS(pmult288x288)}, {14, VARIANTS(pmult448x448)},
+    {5, pmult160x160_variants}, {6, pmult192x192_variants}, {7, pmult224x224_variants},
+    {8, pmult256x256_variants}, {9, pmult288x288_variants}, {14, pmult448x448_variants},
 };
 
 struct Squarer {
@@ -314,9 +306,9 @@ struct Squarer {
 };
 
 const Squarer squarers[] = {
-    {6, VARIANTS(psqr192x192)},
-    {9, VARIANTS(psqr288x288)},
-    {14, VARIANTS(psqr448x448)},
+    {6, psqr192x192_variants},
+    {9, psqr288x288_variants},
+    {14, psqr448x448_variants},
 };
 
 } // namespace
@@ -351,10 +343,8 @@ TEST(Polynomials, FixedProducts)
 TEST(Polynomials, ProductOf257Bits)
 {
     Random random;
-    const std::vector<Variant<Multiply>> variants = {{"exported", 0, pmult257x257},
-                                                     {"dispatched", 0, qal_pmult257},
-                                                     {"portable", 0, qal_pmult257_portable},
-                                                     {"pclmul", pclmul, qal_pmult257_pclmul}};
+    auto variants = qal_pmult257_variants;
+    variants.push_back({"exported", 0, pmult257x257});
     each_variant(variants, [&](const Variant<Multiply> &variant) {
         for (int round = 0; round < 400; round++) {
             Poly x = random_poly(random, 8), y = random_poly(random, 8);

@@ -471,9 +471,9 @@ TEST(BinaryCurves, Compression)
 // The engines by name, each against the model; dispatch takes one of them.
 TEST(BinaryCurves, Engines)
 {
-    constexpr uint32_t pclmul = qal::base::cpu_pclmulqdq | qal::base::cpu_avx2;
-    const std::vector<Variant<const Engine *()>> variants = {{"portable", 0, engines_portable},
-                                                             {"pclmul", pclmul, engines_pclmul}};
+    const std::vector<Variant<const Engine *()>> variants = {
+        {"portable", 0, engines_portable},
+        {"avx2_pclmul", qal::base::needs_avx2_pclmul, engines_avx2_pclmul}};
     Random random;
     each_variant(variants, [&](const Variant<const Engine *()> &variant) {
         size_t index = 0;

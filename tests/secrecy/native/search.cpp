@@ -33,7 +33,7 @@ constexpr NamedClass classes[] = {
     {"gfni", gfni,
      qal::base::cpu_avx2 | qal::base::cpu_bmi2_adx | qal::base::cpu_pclmulqdq |
          qal::base::cpu_gfni | qal::base::cpu_vpclmulqdq},
-    {"avx512", avx512, qal::base::cpu_avx512 | qal::base::cpu_bmi2_adx},
+    {"avx512", avx512, qal::base::needs_avx512},
 };
 
 constexpr size_t least_inputs = 16, usual_random_inputs = 6;

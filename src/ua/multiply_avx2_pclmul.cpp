@@ -94,37 +94,37 @@ QAL_CLMUL void square(qal2d *r, const qal2d *a)
 
 } // namespace
 
-void pmult160x160_pclmul(qal2d *r, const qal2d *a, const qal2d *b)
+void pmult160x160_avx2_pclmul(qal2d *r, const qal2d *a, const qal2d *b)
 {
     multiply<5>(r, a, b);
 }
 
-void pmult192x192_pclmul(qal2d *r, const qal2d *a, const qal2d *b)
+void pmult192x192_avx2_pclmul(qal2d *r, const qal2d *a, const qal2d *b)
 {
     multiply<6>(r, a, b);
 }
 
-void pmult224x224_pclmul(qal2d *r, const qal2d *a, const qal2d *b)
+void pmult224x224_avx2_pclmul(qal2d *r, const qal2d *a, const qal2d *b)
 {
     multiply<7>(r, a, b);
 }
 
-void pmult256x256_pclmul(qal2d *r, const qal2d *a, const qal2d *b)
+void pmult256x256_avx2_pclmul(qal2d *r, const qal2d *a, const qal2d *b)
 {
     multiply<8>(r, a, b);
 }
 
-void pmult288x288_pclmul(qal2d *r, const qal2d *a, const qal2d *b)
+void pmult288x288_avx2_pclmul(qal2d *r, const qal2d *a, const qal2d *b)
 {
     multiply9(r, a, b);
 }
 
-void pmult448x448_pclmul(qal2d *r, const qal2d *a, const qal2d *b)
+void pmult448x448_avx2_pclmul(qal2d *r, const qal2d *a, const qal2d *b)
 {
     multiply14(r, a, b);
 }
 
-void qal_pmult257_pclmul(qal2d *r, const qal2d *a, const qal2d *b)
+void qal_pmult257_avx2_pclmul(qal2d *r, const qal2d *a, const qal2d *b)
 {
     const __m128i a_top = _mm_set1_epi32(static_cast<int>(0 - a[8])),
                   b_top = _mm_set1_epi32(static_cast<int>(0 - b[8]));
@@ -140,17 +140,17 @@ void qal_pmult257_pclmul(qal2d *r, const qal2d *a, const qal2d *b)
     r[16] = (r[16] & (both - 1)) | both;
 }
 
-void psqr192x192_pclmul(qal2d *r, const qal2d *a)
+void psqr192x192_avx2_pclmul(qal2d *r, const qal2d *a)
 {
     square<6>(r, a);
 }
 
-void psqr288x288_pclmul(qal2d *r, const qal2d *a)
+void psqr288x288_avx2_pclmul(qal2d *r, const qal2d *a)
 {
     square<9>(r, a);
 }
 
-void psqr448x448_pclmul(qal2d *r, const qal2d *a)
+void psqr448x448_avx2_pclmul(qal2d *r, const qal2d *a)
 {
     square<14>(r, a);
 }

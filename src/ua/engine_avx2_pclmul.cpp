@@ -174,7 +174,7 @@ using Engines = EnginesOver<Registers<field163, Field163>, Registers<field191, F
 
 } // namespace
 
-const Engine *engines_pclmul()
+const Engine *engines_avx2_pclmul()
 {
     return Engines::list;
 }
