@@ -63,7 +63,8 @@ TEST(Paths, Montgomery)
     for (const size_t n : {4U, 7U, 8U, 16U, 20U, 32U}) {
         SCOPED_TRACE(n);
         known.clear();
-        for (const auto &[p, a, b] : cases(n)) {
+        for (const auto &numbers : cases(n)) {
+            const auto &[p, a, b] = numbers;
             Digits modulus(p, n), x(a, n), y(b, n), r(0, 2 * n);
             qald *const m = modulus, *const one = x, *const other = y, *const result = r;
             const qald c = montgomery_constant(m[0]);
@@ -71,7 +72,8 @@ TEST(Paths, Montgomery)
             const auto check = [&](const std::string &name, std::vector<uintptr_t> taken) {
                 const auto [first, is_first] = known.try_emplace(name, taken);
                 ASSERT_TRUE(is_first || first->second == taken)
-                    << name << " of p = " << p << ", a = " << a << ", b = " << b;
+                    << name << " of p = " << numbers.p << ", a = " << numbers.a
+                    << ", b = " << numbers.b;
             };
             // General code is the same for all lengths.
             const auto matters = [n](const auto &variant) {
