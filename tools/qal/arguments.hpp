@@ -39,8 +39,9 @@ inline std::vector<std::string> marked_arguments(int argc, char **argv)
 inline void take_off_marks(CLI::App &app)
 {
     for (CLI::Option *option : app.get_options()) {
-        option->transform(
-            [](std::string value) { return value.starts_with(mark) ? value.substr(1) : value; });
+        option->transform([](const std::string &value) {
+            return value.starts_with(mark) ? value.substr(1) : value;
+        });
     }
     for (CLI::App *command : app.get_subcommands(nullptr))
         take_off_marks(*command);
