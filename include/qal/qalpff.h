@@ -5,8 +5,8 @@
  * qalpff_init() looks at the modulus and installs one of two families. For p = 2^l - c, with l a
  * multiple of 64 that is at least 128 and c of one digit, elements are plain numbers and products
  * are reduced by folding (special form). For every other odd p an element x is held as x R mod p
- * with R = 2^l, l the bits of the digits of p (Montgomery form). Who works through the table need
- * not know which.
+ * with R = 2^l, l the bits of the digits of p (Montgomery form). Callers that use the
+ * table need not care which.
  *
  * An element is a number (qalmath64.h) below p. Operations expect that of their operands and give
  * results so, but for what their comments say. A result may always be an operand. Mind the order of

@@ -11,8 +11,8 @@ namespace qal::base {
 
 // The highest instruction-set class that may be chosen.
 enum IsaCap : int {
-    isa_cap_baseline = 0, // x86-64 as it was first
-    isa_cap_avx2 = 1,     // and what registers of 64 to 256 bits offer
+    isa_cap_baseline = 0, // x86-64 with SSE2
+    isa_cap_avx2 = 1,     // plus BMI2, ADX, PCLMULQDQ, AVX2, GFNI
     isa_cap_all = 2,
 };
 

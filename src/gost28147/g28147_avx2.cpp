@@ -167,7 +167,7 @@ void run(const uint32_t *rk, const NibbleTables &tables, const uint8_t *in, uint
 void g28147_blocks_avx2(const uint32_t *rk, const uint32_t *kext, const uint8_t *in, uint8_t *out,
                         size_t blocks)
 {
-    // Fewer are done before the table has been looked at.
+    // For fewer blocks the check of the table costs more than it saves.
     constexpr size_t enough = 12;
     if (blocks < enough || !has_nibbles(kext)) {
         g28147_blocks_portable(rk, kext, in, out, blocks);

@@ -53,14 +53,14 @@ struct Curve256 {
 #define QAL_CURVE256_HAS_ABSCISSA(name)                                                            \
     bool name(const Curve256 *curve, const uint64_t *XYZ, const uint64_t *q, const uint64_t *r)
 
-// z = w x + y s mod q for an odd q of at least 254 bits; x and s are below q, w and y are anything.
+// z = w x + y s mod q for an odd q of at least 254 bits; x and s are below q, w and y any numbers.
 // All but q is secret.
 #define QAL_SCALAR256_SUM_OF_PRODUCTS(name)                                                        \
     void name(const uint64_t *q, const uint64_t *w, const uint64_t *x, const uint64_t *y,          \
               const uint64_t *s, uint64_t *z)
 
-// z = 1 / x mod q for an odd q of at least 254 bits and x below it; false, and z is anything,
-// unless x is invertible. Nothing need be public.
+// z = 1 / x mod q for an odd q of at least 254 bits and x below it. Returns whether x is
+// invertible; z is undefined if it is not. Constant time in all arguments.
 #define QAL_SCALAR256_INVERT(name) bool name(const uint64_t *q, const uint64_t *x, uint64_t *z)
 
 QAL_CURVE256_MULTIPLY_BASE(curve256_multiply_base);

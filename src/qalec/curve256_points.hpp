@@ -60,8 +60,8 @@ struct Group {
         }
     }
 
-    // The tangent's formulas with all halved: (X, Y, Z) for (4X, 8Y, 2Z). Complete: Y = 0 and Z = 0
-    // give Z = 0.
+    // Doubling by the tangent, with X, Y and Z divided by 4, 8 and 2. Complete: Z = 0 follows from
+    // Y = 0 and from Z = 0.
     [[gnu::always_inline]] void twice(Point &r, const Point &p) const
     {
         Fe zz, yy, b, m, t;
@@ -302,7 +302,7 @@ inline Fe from_digits(const uint64_t *digits)
     return {{digits[0], digits[1], digits[2], digits[3]}};
 }
 
-// Digits above the length are anything.
+// Digits beyond the length are not initialised.
 inline Fe from_number(const qald *x)
 {
     Fe r = {};

@@ -3,9 +3,9 @@
 // Two families with the same operations, both free of branches and addresses that depend on values:
 //
 //   SpecialField     p = 2^256 - c, c of one digit. Elements are plain and reduced to 256 bits
-//   only:
-//                    any of [0, 2^256) stands for its class, so a carry out of the top is all that
-//                    a sum has to look at: it is worth c.
+//   only.
+//                    Any of [0, 2^256) stands for its class, so that a sum has to handle nothing
+//                    but the carry out of the top, which is worth c.
 //   MontgomeryField  any odd p. Elements are x * 2^256 mod p, below p.
 //
 // Outputs may be inputs throughout. Everything is in an unnamed namespace because the variants of

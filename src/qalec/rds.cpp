@@ -17,7 +17,7 @@ bool is_below(const qald *x, const qald *bound)
     return qalcmp(x, bound) < 0;
 }
 
-// The digest as the scheme takes it.
+// e = digest mod q, or 1 if that is 0 (RFC 5832, clause 6.1).
 Scalar load_digest(const uint8_t *digest, const Scalar &q)
 {
     Scalar e = load_scalar(digest);
@@ -94,7 +94,7 @@ namespace {
 [[gnu::noinline]] int gen_keys(const rds_ctx *ctx, const uint8_t *privkey, uint8_t *pubkey)
 {
     const Scalar d = load_scalar(privkey);
-    // The code says so.
+    // Public: the return code reveals it.
     if (!declassified(is_in_range(d, scalar_of(ctx->q))))
         return RDS_BAD_SECRET;
     const Curve256 curve = curve_of(ctx);

@@ -39,7 +39,7 @@ void store_left_aligned(uint8_t *out, const uint64_t *coordinate)
 [[gnu::noinline]] int gen_pubkey(const rds_ctx *ctx, const uint8_t *privkey, uint8_t *pubkey)
 {
     const Scalar d = load_scalar(privkey);
-    // The code says so.
+    // Public: the return code reveals it.
     if (!qal::base::declassified(is_in_range(d, scalar_of(ctx->q))))
         return RDS_BAD_PRIVATE_KEY;
     const Curve256 curve = curve_of(ctx);

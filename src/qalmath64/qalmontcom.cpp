@@ -18,8 +18,8 @@ qald *qalmontcom(uint64_t c, uint32_t k, const qald *p, qald *t)
         return qalclip(t);
     }
 
-    // A digit's multiple of p makes it zero; of the last digit only the lower bits. What leaves the
-    // highest digit, 0 or 1, returns in the shift.
+    // A multiple of p makes each digit zero, and of the last digit only the lower bits. The carry
+    // out of the top digit, 0 or 1, becomes the top bit after the shift.
     qald overflow = 0;
     for (size_t i = 0; i < whole + (bits != 0); i++) {
         const qald mask = i < whole ? ~qald{0} : (qald{1} << bits) - 1;

@@ -1,4 +1,4 @@
-// GostDomain parameters of GOST R 34.10-2001.
+// Domain parameters of GOST R 34.10-2001.
 #pragma once
 
 #include <qal/rds.h>

@@ -8,10 +8,11 @@
 // each step, when they are added up to columns, all others at the end. A column has no more than 17
 // summands below 2^52 from each step, and stays below 2^60.
 //
-// Q is q0 + q1 W + q2 W^2 + q3 W^3 times p' = k p, which is -1 modulo W^4. So the q are what shall
-// vanish, as it stands, and what they leave is q times p4 = (p' + 1) / W^4, as many digits as p,
-// from the next block on. The price is that T may be as large as W^4 p: the last step takes
-// its digits one by one, three with p1 = (k p + 1) / W for k p = -1 modulo W, and one with p.
+// Q = q p' with q = q0 + q1 W + q2 W^2 + q3 W^3 and p' = k p, where p' = -1 modulo W^4. So the
+// digits of q are simply the four lowest digits of T, and (T + Q) / W^4 adds q p4 to the blocks
+// above, where p4 = (p' + 1) / W^4 has as many digits as p. The price is that T may be as large as
+// W^4 p. The last step therefore takes its digits one by one: three with p1 = (k p + 1) / W for k p
+// = -1 modulo W, and one with p.
 #include "qalmath64/kernels/montgomery52_avx512.hpp"
 
 #include "base/wipe.hpp"
@@ -64,8 +65,8 @@ template<int count>
     return _mm256_alignr_epi64(x, below, 4 - count);
 }
 
-// The sums of T's blocks at each of the four distances. Whatever is indexed is so by constants: the
-// loops are unrolled, and up to five blocks stay in registers.
+// The sums of T's blocks at each of the four distances. All indices are compile-time constants,
+// since the loops are unrolled, so that up to five blocks stay in registers.
 template<size_t blocks>
 struct Sums {
     Block at0[blocks + 1], at1[blocks + 1], at2[blocks + 1], at3[blocks + 1];

@@ -74,8 +74,7 @@ QAL_KERNEL void square52_avx512(Block *r, const Block *a, const Modulus52 &m, si
 // r = a + b, below R. r may be a or b.
 QAL_KERNEL void add52_avx512(Block *r, const Block *a, const Block *b, size_t blocks);
 
-// r = x 2^(8 bytes), without what is not whole or not below R, for x of n digits of 64 bits and
-// bytes of either sign.
+// r = floor(x 2^(8 bytes)) mod R, for x of n digits of 64 bits and bytes of either sign.
 QAL_KERNEL void split52_avx512(Block *r, size_t blocks, const qald *x, size_t n, ptrdiff_t bytes);
 
 // r = x modulo p of n digits of 64 bits, for x below 4p.

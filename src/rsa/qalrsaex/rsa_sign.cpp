@@ -16,11 +16,11 @@ namespace {
 constexpr uint32_t most_prime_bytes = most_modulus_bytes / 2;
 constexpr size_t prime_digits = modulus_digits / 2;
 
-// All that an operation works with, erased when it is over. Numbers have room for the remainder of
-// a division, which is two digits longer; digits behind their own are zeros. Their lengths are not
-// secret, as they are in the key's file, but what their digits are is: only those of the primes are
-// counted without leading zeros, since the size of the modulus is public, and the others as
-// their bytes are.
+// The numbers of one operation, erased when it is over. Each has room for the remainder of a
+// division, which is two digits longer, and zeros behind its own digits. The number of bytes of
+// each parameter is public; its digits are secret. So leading zeros are stripped from the primes
+// alone, whose lengths follow from the public size of the modulus. The other numbers are as long as
+// their bytes say.
 struct PrivateOperation {
     qald p[prime_digits + 3], q[prime_digits + 3];
     qald dp[prime_digits + 3], dq[prime_digits + 3], qinv[prime_digits + 3];
@@ -84,8 +84,8 @@ void reduce_message(qald *r, const qald *m, const qald *prime, size_t n)
     subtract_once(r + n, m + n, 0, prime, n);
 }
 
-// For every key that has not been made to be odd: no branch and no address depends on it, its
-// lengths apart, nor on the message.
+// For every ordinary key: both primes have the same number of digits. No branch and no address
+// depends on the key, except on its lengths, or on the message.
 void PrivateOperation::run_regular()
 {
     const size_t n = p[0];
