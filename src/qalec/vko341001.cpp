@@ -60,7 +60,9 @@ void store_left_aligned(uint8_t *out, const uint64_t *coordinate)
     if (!load_point(P, curve, peer_pubkey))
         return RDS_BAD_PUBLIC_KEY;
     const Scalar d = load_scalar(privkey), u = {{qal::base::load_be64(ukm), 0, 0, 0}};
-    if (!qal::base::declassified(is_in_range(d, p))) // the code says so
+    // The bound is p, not q: the interface takes such keys, and their multiples are the same as of
+    // keys below q. Public: the return code reveals it.
+    if (!qal::base::declassified(is_in_range(d, p)))
         return RDS_BAD_PRIVATE_KEY;
     if (!is_in_range(u, q))
         return RDS_BAD_KEYING_MATERIAL;
