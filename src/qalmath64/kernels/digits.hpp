@@ -79,13 +79,6 @@ inline bool is_less(const qald *a, const qald *b, size_t n)
     return false;
 }
 
-// Adds a carry of 0 or 1 into digits that have room for it.
-inline void add_carry(qald *x, qald carry)
-{
-    for (; carry != 0; x++)
-        carry = ++*x == 0;
-}
-
 } // namespace qal::math
 
 #endif
